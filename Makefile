@@ -1,0 +1,35 @@
+# What one does with the repository; `cmake --list-presets` shows the builds beneath.
+
+.PHONY: demo test bench format docs setup clean
+
+jobs := $(shell nproc)
+
+demo: setup
+	@cmake --preset host >/dev/null
+	cmake --build --preset host --parallel $(jobs) --target demo
+	build/host/examples/demo data/penguins.csv
+
+test: setup
+	@scripts/test.sh
+
+bench:
+	@scripts/setup.sh --bench
+	@cmake --preset host >/dev/null
+	cmake --build --preset host --parallel $(jobs) --target benchmarks
+	@test -d build/bench-venv || python3 -m venv build/bench-venv
+	@build/bench-venv/bin/pip install -q --upgrade numpy scipy
+	build/bench-venv/bin/python scripts/bench_compare.py build/host
+
+format:
+	@scripts/setup.sh --ci
+	@scripts/format.sh
+
+docs:
+	@scripts/setup.sh --docs
+	@scripts/docs.sh
+
+setup:
+	@scripts/setup.sh
+
+clean:
+	rm -rf build

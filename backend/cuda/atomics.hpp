@@ -1,0 +1,20 @@
+#pragma once
+
+#include "device.hpp"
+
+namespace gpuruntime::backend {
+
+/// Replaces `expected` by `desired`; returns what was there.
+GPU_DEVICE unsigned int atomicCompareAndSwap(unsigned int& word, unsigned int expected,
+                                             unsigned int desired) {
+    return ::atomicCAS(&word, expected, desired);
+}
+
+GPU_DEVICE unsigned int atomicAnd(unsigned int& word, unsigned int mask) { return ::atomicAnd(&word, mask); }
+
+/// A plain read of a word that other threads write atomically.
+GPU_DEVICE unsigned int relaxedLoad(unsigned int const& word) {
+    return *static_cast<unsigned int const volatile*>(&word);
+}
+
+}  // namespace gpuruntime::backend

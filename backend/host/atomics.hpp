@@ -1,0 +1,23 @@
+#pragma once
+
+#include "device.hpp"
+
+namespace gpuruntime::backend {
+
+/// Replaces `expected` by `desired`; returns what was there.
+GPU_DEVICE unsigned int atomicCompareAndSwap(unsigned int& word, unsigned int expected,
+                                             unsigned int desired) {
+    __atomic_compare_exchange_n(&word, &expected, desired, false, __ATOMIC_RELAXED, __ATOMIC_RELAXED);
+    return expected;
+}
+
+GPU_DEVICE unsigned int atomicAnd(unsigned int& word, unsigned int mask) {
+    return __atomic_fetch_and(&word, mask, __ATOMIC_RELAXED);
+}
+
+/// A plain read of a word that other threads write atomically.
+GPU_DEVICE unsigned int relaxedLoad(unsigned int const& word) {
+    return __atomic_load_n(&word, __ATOMIC_RELAXED);
+}
+
+}  // namespace gpuruntime::backend

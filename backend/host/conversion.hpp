@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cmath>
+#include <cstring>
+
+#include "device.hpp"
+
+/// Conversions of floating values to integers as the GPU's instructions make them: toward zero, saturating at
+/// the range of the target. The value must not be NaN. Written without branches, so that loops vectorise.
+namespace gpuruntime::backend {
+
+/// A whole number from -2^51 to 2^51: the sum with 1.5 * 2^52 has it in its mantissa.
+GPU_DEVICE long wholeBits(double whole) {
+    double const origin = 0x1.8p52;
+    double const shifted = whole + origin;
+    long bits, originBits;
+    std::memcpy(&bits, &shifted, sizeof(bits));
+    std::memcpy(&originBits, &origin, sizeof(originBits));
+    return bits - originBits;
+}
+
+GPU_DEVICE double clamped(double value, double low, double high) {
+    double const raised = value > low ? value : low;
+    return raised < high ? raised : high;
+}
+
+GPU_DEVICE int toInt32(double value) {
+    return static_cast<int>(wholeBits(clamped(std::trunc(value), -2147483648.0, 2147483647.0)));
+}
+
+GPU_DEVICE unsigned int toUint32(double value) {
+    return static_cast<unsigned int>(wholeBits(clamped(std::trunc(value), 0.0, 4294967295.0)));
+}
+
+/// A whole number modulo 2^64, from two halves of 32 bits: the machine has no vector conversion to 64 bits.
+GPU_DEVICE unsigned long halvesOf(double whole) {
+    double const high = std::floor(whole * 0x1p-32);
+    double const low = whole - high * 0x1p32;
+    return (static_cast<unsigned long>(wholeBits(high)) << 32) + static_cast<unsigned long>(wholeBits(low));
+}
+
+GPU_DEVICE long toInt64(double value) {
+    double const inside = clamped(std::trunc(value), -0x1p63, 0x1p63);
+    unsigned long const bits = halvesOf(inside);  // 2^63 itself is one too large
+    return static_cast<long>(bits - (inside == 0x1p63 ? 1ul : 0ul));
+}
+
+GPU_DEVICE unsigned long toUint64(double value) {
+    double const inside = clamped(std::trunc(value), 0.0, 0x1p64);
+    unsigned long const bits = halvesOf(inside);
+    return bits - (inside == 0x1p64 ? 1ul : 0ul);
+}
+
+}  // namespace gpuruntime::backend

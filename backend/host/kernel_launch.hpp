@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cuda_runtime_api.h>
+
+#include "kernel.hpp"
+
+namespace gpuruntime::backend {
+
+/// The handle by which the runtime knows a kernel.
+template <auto kernel>
+void const* kernelHandle() {
+    return &hostdevice::kernelOf<kernel>;
+}
+
+/// Launches the kernel; `work` is about how many elements it goes over.
+template <auto kernel>
+cudaError launch(dim3 grid, dim3 block, void** arguments, CUstream_st* stream, unsigned long work) {
+    return hostdevice::launch(hostdevice::kernelOf<kernel>, grid, block, arguments, stream, work);
+}
+
+}  // namespace gpuruntime::backend

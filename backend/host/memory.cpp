@@ -1,0 +1,266 @@
+// Allocation, copies, fills and device symbols.
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <shared_mutex>
+#include <unordered_map>
+
+#include "call.hpp"
+#include "cuda_runtime_api.h"
+#include "kernel.hpp"
+
+namespace gpuruntime::hostdevice {
+namespace detail {
+namespace {
+
+/// What the runtime aligns allocations to, and kernels may rely on.
+constexpr std::size_t allocationAlignment = 256;
+
+struct Allocations {
+    std::mutex mutex;
+    std::unordered_map<void*, std::size_t> sizes;
+    std::size_t used = 0;
+
+    static Allocations& instance() {
+        static Allocations allocations;
+        return allocations;
+    }
+};
+
+cudaError allocate(void** pointer, std::size_t size) {
+    if (pointer == nullptr) {
+        return cudaErrorInvalidValue;
+    }
+    if (size == 0) {
+        *pointer = nullptr;
+        return cudaSuccess;
+    }
+    Allocations& allocations = Allocations::instance();
+    std::lock_guard const lock(allocations.mutex);
+    std::size_t const total = currentLimits().totalGlobalMem;
+    if (allocations.used > total || size > total - allocations.used) {
+        return cudaErrorMemoryAllocation;
+    }
+    std::size_t const rounded = (size + allocationAlignment - 1) / allocationAlignment * allocationAlignment;
+    void* const memory = std::aligned_alloc(allocationAlignment, rounded);
+    if (memory == nullptr) {
+        return cudaErrorMemoryAllocation;
+    }
+    allocations.sizes.emplace(memory, size);
+    allocations.used += size;
+    *pointer = memory;
+    return cudaSuccess;
+}
+
+cudaError release(void* pointer) {
+    if (pointer == nullptr) {
+        return cudaSuccess;
+    }
+    Allocations& allocations = Allocations::instance();
+    {
+        std::lock_guard const lock(allocations.mutex);
+        auto const found = allocations.sizes.find(pointer);
+        if (found == allocations.sizes.end()) {
+            return cudaErrorInvalidValue;
+        }
+        allocations.used -= found->second;
+        allocations.sizes.erase(found);
+    }
+    std::free(pointer);
+    return cudaSuccess;
+}
+
+cudaError copy(void* destination, void const* source, std::size_t count, cudaMemcpyKind kind,
+               cudaStream_t stream) {
+    if (!isStream(stream)) {
+        return cudaErrorInvalidResourceHandle;
+    }
+    if (kind > cudaMemcpyDefault) {
+        return cudaErrorInvalidMemcpyDirection;
+    }
+    if (count == 0) {
+        return cudaSuccess;
+    }
+    if (destination == nullptr || source == nullptr) {
+        return cudaErrorInvalidValue;
+    }
+    std::memmove(destination, source, count);
+    return cudaSuccess;
+}
+
+cudaError fill(void* pointer, int value, std::size_t count, cudaStream_t stream) {
+    if (!isStream(stream)) {
+        return cudaErrorInvalidResourceHandle;
+    }
+    if (count == 0) {
+        return cudaSuccess;
+    }
+    if (pointer == nullptr) {
+        return cudaErrorInvalidValue;
+    }
+    std::memset(pointer, value, count);
+    return cudaSuccess;
+}
+
+struct Symbol {
+    std::size_t size;
+    char const* name;
+};
+
+/// The device symbols of all loaded units, by address.
+struct Symbols {
+    std::shared_mutex mutex;
+    std::map<void const*, Symbol> registered;
+
+    static Symbols& instance() {
+        static Symbols symbols;
+        return symbols;
+    }
+
+    static std::optional<Symbol> find(void const* address) {
+        Symbols& symbols = instance();
+        std::shared_lock const lock(symbols.mutex);
+        auto const found = symbols.registered.find(address);
+        return found != symbols.registered.end() ? std::optional(found->second) : std::nullopt;
+    }
+};
+
+/// The checks that copies to and from a symbol share; `hostKind` is the direction that has the host at the
+/// other end.
+cudaError checkSymbolCopy(void const* symbol, std::size_t count, std::size_t offset, cudaMemcpyKind kind,
+                          cudaMemcpyKind hostKind) {
+    if (kind != hostKind && kind != cudaMemcpyDeviceToDevice && kind != cudaMemcpyDefault) {
+        return cudaErrorInvalidMemcpyDirection;
+    }
+    std::optional<Symbol> const found = Symbols::find(symbol);
+    if (!found) {
+        return cudaErrorInvalidSymbol;
+    }
+    bool const inside = offset <= found->size && count <= found->size - offset;
+    return inside ? cudaSuccess : cudaErrorInvalidValue;
+}
+
+/// The address of a symbol's byte. Symbols are registered by an address that may be const for their readers
+/// only.
+char* symbolByte(void const* symbol, std::size_t offset) {
+    return static_cast<char*>(const_cast<void*>(symbol)) + offset;
+}
+
+cudaError copyToSymbol(void const* symbol, void const* source, std::size_t count, std::size_t offset,
+                       cudaMemcpyKind kind, cudaStream_t stream) {
+    cudaError const status = checkSymbolCopy(symbol, count, offset, kind, cudaMemcpyHostToDevice);
+    return status == cudaSuccess ? copy(symbolByte(symbol, offset), source, count, kind, stream) : status;
+}
+
+cudaError copyFromSymbol(void* destination, void const* symbol, std::size_t count, std::size_t offset,
+                         cudaMemcpyKind kind, cudaStream_t stream) {
+    cudaError const status = checkSymbolCopy(symbol, count, offset, kind, cudaMemcpyDeviceToHost);
+    return status == cudaSuccess ? copy(destination, symbolByte(symbol, offset), count, kind, stream)
+                                 : status;
+}
+
+/// Stores what `value` takes from a symbol.
+template <typename Result, typename Value>
+cudaError describeSymbol(Result* result, void const* symbol, Value const& value) {
+    if (result == nullptr) {
+        return cudaErrorInvalidValue;
+    }
+    std::optional<Symbol> const found = Symbols::find(symbol);
+    if (!found) {
+        return cudaErrorInvalidSymbol;
+    }
+    *result = value(*found);
+    return cudaSuccess;
+}
+
+}  // namespace
+
+std::string_view symbolName(void const* address) {
+    std::optional<Symbol> const found = Symbols::find(address);
+    return found ? found->name : std::string_view{};
+}
+
+}  // namespace detail
+
+SymbolRegistration::SymbolRegistration(void const* address, std::size_t size, char const* name) noexcept
+    : address_(address) {
+    detail::Symbols& symbols = detail::Symbols::instance();
+    std::lock_guard const lock(symbols.mutex);
+    symbols.registered[address] = {size, name};
+}
+
+SymbolRegistration::~SymbolRegistration() {
+    detail::Symbols& symbols = detail::Symbols::instance();
+    std::lock_guard const lock(symbols.mutex);
+    symbols.registered.erase(address_);
+}
+
+}  // namespace gpuruntime::hostdevice
+
+using namespace gpuruntime::hostdevice::detail;
+
+cudaError_t cudaMalloc(void** pointer, size_t size) {
+    return runCall("cudaMalloc", {nullptr, size}, [=] { return allocate(pointer, size); });
+}
+
+cudaError_t cudaFree(void* pointer) {
+    return runCall("cudaFree", {}, [=] { return release(pointer); });
+}
+
+cudaError_t cudaMemcpy(void* destination, void const* source, size_t count, cudaMemcpyKind kind) {
+    return runCall("cudaMemcpy", {nullptr, count},
+                   [=] { return copy(destination, source, count, kind, nullptr); });
+}
+
+cudaError_t cudaMemcpyAsync(void* destination, void const* source, size_t count, cudaMemcpyKind kind,
+                            cudaStream_t stream) {
+    return runCall("cudaMemcpyAsync", {stream, count},
+                   [=] { return copy(destination, source, count, kind, stream); });
+}
+
+cudaError_t cudaMemset(void* pointer, int value, size_t count) {
+    return runCall("cudaMemset", {nullptr, count}, [=] { return fill(pointer, value, count, nullptr); });
+}
+
+cudaError_t cudaMemsetAsync(void* pointer, int value, size_t count, cudaStream_t stream) {
+    return runCall("cudaMemsetAsync", {stream, count}, [=] { return fill(pointer, value, count, stream); });
+}
+
+cudaError_t cudaMemcpyToSymbol(void const* symbol, void const* source, size_t count, size_t offset,
+                               cudaMemcpyKind kind) {
+    return runCall("cudaMemcpyToSymbol", {nullptr, count, symbol},
+                   [=] { return copyToSymbol(symbol, source, count, offset, kind, nullptr); });
+}
+
+cudaError_t cudaMemcpyToSymbolAsync(void const* symbol, void const* source, size_t count, size_t offset,
+                                    cudaMemcpyKind kind, cudaStream_t stream) {
+    return runCall("cudaMemcpyToSymbolAsync", {stream, count, symbol},
+                   [=] { return copyToSymbol(symbol, source, count, offset, kind, stream); });
+}
+
+cudaError_t cudaMemcpyFromSymbol(void* destination, void const* symbol, size_t count, size_t offset,
+                                 cudaMemcpyKind kind) {
+    return runCall("cudaMemcpyFromSymbol", {nullptr, count, symbol},
+                   [=] { return copyFromSymbol(destination, symbol, count, offset, kind, nullptr); });
+}
+
+cudaError_t cudaMemcpyFromSymbolAsync(void* destination, void const* symbol, size_t count, size_t offset,
+                                      cudaMemcpyKind kind, cudaStream_t stream) {
+    return runCall("cudaMemcpyFromSymbolAsync", {stream, count, symbol},
+                   [=] { return copyFromSymbol(destination, symbol, count, offset, kind, stream); });
+}
+
+cudaError_t cudaGetSymbolAddress(void** pointer, void const* symbol) {
+    return runCall("cudaGetSymbolAddress", {nullptr, 0, symbol}, [=] {
+        return describeSymbol(pointer, symbol, [=](Symbol const&) { return symbolByte(symbol, 0); });
+    });
+}
+
+cudaError_t cudaGetSymbolSize(size_t* size, void const* symbol) {
+    return runCall("cudaGetSymbolSize", {nullptr, 0, symbol}, [=] {
+        return describeSymbol(size, symbol, [](Symbol const& found) { return found.size; });
+    });
+}

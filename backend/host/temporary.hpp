@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cuda_runtime_api.h>
+
+#include <type_traits>
+
+#include "thrust.hpp"
+
+namespace gpuruntime::backend {
+
+/// `n` elements of device memory for the length of a call, with unspecified contents. Throws what Thrust throws where
+/// there is no memory.
+template <class T>
+class Temporary {
+public:
+    static_assert(std::is_trivially_copyable_v<T>);
+
+    explicit Temporary(unsigned long n) : elements(static_cast<T*>(allocateTemporary(n * sizeof(T)))) {}
+    ~Temporary() { cudaFree(elements); }
+    Temporary(Temporary const&) = delete;
+    Temporary& operator=(Temporary const&) = delete;
+
+    T* data() { return elements; }
+    T& operator[](unsigned long i) { return elements[i]; }
+    T const& operator[](unsigned long i) const { return elements[i]; }
+
+private:
+    T* elements;
+};
+
+}  // namespace gpuruntime::backend

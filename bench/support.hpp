@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cuda_runtime.h>
+#include <gpuruntime/device_properties.hpp>
+
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+/// What every benchmark needs of the device.
+namespace gpuruntime::bench {
+
+inline void check(cudaError status) {
+    if (status == cudaSuccess) return;
+    std::fprintf(stderr, "%s\n", cudaGetErrorString(status));
+    std::exit(1);
+}
+
+/// Waits for the device, and ends the program if anything failed.
+inline void finish() {
+    check(cudaDeviceSynchronize());
+    check(cudaGetLastError());
+}
+
+/// Stores the device's properties before the first benchmark runs.
+struct StoredProperties {
+    StoredProperties() {
+        cudaDeviceProp device{};
+        check(cudaGetDeviceProperties(&device, 0));
+        gpucommon::CUDADeviceProperties properties{};
+        properties.maxBlockDimY = static_cast<unsigned long>(device.maxThreadsDim[1]);
+        properties.maxBlockDimZ = static_cast<unsigned long>(device.maxThreadsDim[2]);
+        properties.maxGridDimX = static_cast<unsigned long>(device.maxGridSize[0]);
+        properties.maxGridDimY = static_cast<unsigned long>(device.maxGridSize[1]);
+        properties.maxGridDimZ = static_cast<unsigned long>(device.maxGridSize[2]);
+        properties.multiProcessorCount = static_cast<unsigned long>(device.multiProcessorCount);
+        properties.computeCapabilityMajor = static_cast<unsigned long>(device.major);
+        internal::storeCurrentDeviceProperties(properties);
+    }
+};
+inline StoredProperties const storedProperties;
+
+/// Device memory whose pages have been touched.
+template <class T>
+class DeviceMemory {
+  public:
+    explicit DeviceMemory(std::size_t size) {
+        check(cudaMalloc(&memory, size * sizeof(T)));
+        check(cudaMemset(memory, 0, size * sizeof(T)));
+    }
+    explicit DeviceMemory(std::vector<T> const& values) {
+        check(cudaMalloc(&memory, values.size() * sizeof(T)));
+        check(cudaMemcpy(memory, values.data(), values.size() * sizeof(T), cudaMemcpyHostToDevice));
+    }
+    ~DeviceMemory() { cudaFree(memory); }
+    DeviceMemory(DeviceMemory const&) = delete;
+    DeviceMemory& operator=(DeviceMemory const&) = delete;
+
+    T* data() { return memory; }
+
+  private:
+    T* memory = nullptr;
+};
+
+}  // namespace gpuruntime::bench

@@ -1,0 +1,49 @@
+# The host device: a plain CPU, blocks in parallel through oneTBB.
+
+find_package(TBB REQUIRED)
+
+set(kvgpuruntime_backend_sources
+    backend/host/control.cpp
+    backend/host/device.cpp
+    backend/host/launch.cpp
+    backend/host/memory.cpp
+)
+
+# The part of the CUDA runtime's interface that this device stands in for, under the runtime's own header names.
+set(kvgpuruntime_runtime_headers
+    backend/host/cuda_runtime.h
+    backend/host/cuda_runtime_api.h
+    backend/host/driver_types.h
+    backend/host/host_device.hpp
+    backend/host/vector_functions.h
+    backend/host/vector_types.h
+)
+
+add_library(kvgpuruntime_device INTERFACE)
+target_include_directories(kvgpuruntime_device INTERFACE
+    ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/backend/host ${PROJECT_SOURCE_DIR})
+# Every fused operation is written as one, so that both devices round alike. Nobody reads floating-point exception flags
+# or errno: without that freedom hardly a loop over phases vectorises; no value depends on it. Inside the library no
+# call can be replaced from outside, so the compiler may inline across functions.
+target_compile_options(kvgpuruntime_device INTERFACE
+    -march=x86-64-v3 -ffp-contract=off -fno-trapping-math -fno-math-errno -fno-semantic-interposition -fvisibility-inlines-hidden -Wall -Wextra)
+target_link_libraries(kvgpuruntime_device INTERFACE TBB::tbb)
+
+if(KVGPU_SANITIZE)
+    set(sanitizer_flags -fsanitize=${KVGPU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_compile_options(${sanitizer_flags})
+    add_link_options(${sanitizer_flags})
+endif()
+
+# Units are compiled as what they are, C++.
+function(kvgpu_device_language)
+endfunction()
+
+# What a user of `target` needs of the device: the runtime's headers, which the library brings itself.
+set(kvgpuruntime_pc_cflags -I\${includedir}/kvgpuruntime-host)
+set(kvgpuruntime_pc_libs)
+function(kvgpu_device_interface target)
+    target_include_directories(${target} PUBLIC
+        $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/backend/host>
+        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kvgpuruntime-host>)
+endfunction()

@@ -1,0 +1,79 @@
+#include <gpuruntime/fills.hpp>
+
+#include "frame/complex.hpp"
+#include "frame/convert.hpp"
+#include "frame/elementwise.hpp"
+#include "frame/instantiation.hpp"
+#include "frame/invariant_divisor.hpp"
+#include "math.hpp"
+
+namespace gpuruntime {
+namespace {
+
+template <class T>
+struct EyeKernel {
+    static GPU_DEVICE void apply(elementwisedetail::Position at, T* out, unsigned long leadingDimension) {
+        T& diagonal = out[at.i * (leadingDimension + 1)];
+        if constexpr (internal::isComplex<T>) {
+            diagonal = T{1, 0};
+        } else {
+            diagonal = T(1);
+        }
+    }
+};
+
+template <class T>
+struct GenericOnesKernel {
+    static GPU_DEVICE void apply(elementwisedetail::Position at, T* out, T value) { out[at.i] = value; }
+};
+
+template <class T>
+struct FillArrayWithRunningIndexKernel {
+    static GPU_DEVICE void apply(elementwisedetail::Position at, T* out, internal::InvariantDivisor period,
+                                 internal::InvariantDivisor repeatEach, T offset) {
+        unsigned int const index = repeatEach.quotient(period.remainder(at.i));
+        if constexpr (std::is_same_v<T, int>) {
+            out[at.i] = static_cast<int>(index + static_cast<unsigned int>(offset));
+        } else {
+            out[at.i] = index + offset;
+        }
+    }
+};
+
+}  // namespace
+
+template <class T>
+void Eye::Invoker<T>::operator()(CUstream_st* stream, unsigned long n, T* out,
+                                 unsigned long leadingDimension) const {
+    elementwisedetail::launch<EyeKernel<T>>(stream, n, out, leadingDimension);
+}
+
+template <class T>
+void GenericOnes::Invoker<T>::operator()(CUstream_st* stream, unsigned long n, T* out, T value) const {
+    elementwisedetail::launch<GenericOnesKernel<T>>(stream, n, out, value);
+}
+
+template <class T>
+void FillArrayWithRunningIndex::Invoker<T>::operator()(CUstream_st* stream, unsigned long n, T* out,
+                                                       unsigned long repeatEach, unsigned long numRuns,
+                                                       T offset) const {
+    auto const repeats = static_cast<unsigned int>(repeatEach);
+    auto const runs = static_cast<unsigned int>(numRuns);
+    elementwisedetail::launch<FillArrayWithRunningIndexKernel<T>>(
+        stream, n, out, internal::InvariantDivisor(repeats * runs), internal::InvariantDivisor(repeats),
+        offset);
+}
+
+void _forceInstantiation_(detail::Opaque& opaque, Eye*) {
+    internal::instantiate<Eye>(opaque, internal::All{});
+}
+
+void _forceInstantiation_(detail::Opaque& opaque, GenericOnes*) {
+    internal::instantiate<GenericOnes>(opaque, internal::TypeList<unsigned long, ulonglong2>{});
+}
+
+void _forceInstantiation_(detail::Opaque& opaque, FillArrayWithRunningIndex*) {
+    internal::instantiate<FillArrayWithRunningIndex>(opaque, internal::TypeList<int, double>{});
+}
+
+}  // namespace gpuruntime

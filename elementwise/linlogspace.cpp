@@ -1,0 +1,110 @@
+#include <gpuruntime/ranges.hpp>
+
+#include "elementwise/guarded_product.hpp"
+#include "frame/complex.hpp"
+#include "frame/convert.hpp"
+#include "frame/elementwise.hpp"
+#include "frame/instantiation.hpp"
+#include "math.hpp"
+
+namespace gpuruntime {
+namespace {
+
+enum LinLogspaceMethod { linear = 0, logarithmic = 1 };
+
+/// Element `i` of `n` evenly spaced values, `i` below `n` - 1. Where the difference of the ends overflows,
+/// each end is weighed by itself.
+GPU_DEVICE double spaced(unsigned int i, unsigned int n, double first, double last) {
+    double const position = i, intervals = n - 1;
+    double const difference = last - first;
+    if (backend::isInf(difference)) {
+        return backend::fma(position, last / intervals, first) - position * (first / intervals);
+    }
+    return difference * position / intervals + first;
+}
+
+/// In `float` only the difference and the final sum are rounded to single precision.
+GPU_DEVICE float spaced(unsigned int i, unsigned int n, float first, float last) {
+    double const position = i, intervals = n - 1;
+    float const difference = last - first;
+    if (backend::isInf(difference)) {
+        float const ofLast = static_cast<float>(position * (last / intervals));
+        float const ofFirst = static_cast<float>(position * (first / intervals));
+        return (ofLast + first) - ofFirst;
+    }
+    return static_cast<float>(difference * position / intervals) + first;
+}
+
+template <class T>
+GPU_DEVICE T spacedValue(elementwisedetail::Position at, T first, T last) {
+    if (at.i == at.n - 1) return last;
+    if constexpr (internal::isComplex<T>) {
+        return {spaced(at.i, at.n, first.x, last.x), spaced(at.i, at.n, first.y, last.y)};
+    } else {
+        return spaced(at.i, at.n, first, last);
+    }
+}
+
+/// 10 to a power of integer value, by repeated squaring.
+template <class P>
+GPU_DEVICE P powerOfTen(P exponent) {
+    P result = 1;
+    P square = 10;
+    for (long left = backend::toInt64(backend::abs(exponent)); left != 0; left >>= 1) {
+        if (left & 1) result *= square;
+        square *= square;
+    }
+    return exponent < 0 ? 1 / result : result;
+}
+
+template <class T>
+GPU_DEVICE T tenToThe(T exponent) {
+    if constexpr (internal::isComplex<T>) {
+        using P = internal::Part<T>;
+        if (exponent.y == 0) {
+            bool const integral =
+                backend::floor(exponent.x) == exponent.x && backend::abs(exponent.x) < P(0x1p52);
+            if (integral) return {powerOfTen(exponent.x), 0};
+        }
+        T const w = internal::guardedProduct(exponent, T{P(2.302585092994046), 0});  // ln 10
+        P const magnitude = backend::exp(w.x);
+        return {magnitude * backend::cos(w.y), magnitude * backend::sin(w.y)};
+    } else {
+        bool const integral = backend::floor(exponent) == exponent;
+        return backend::pow(T(10), integral ? static_cast<T>(backend::toInt32(exponent)) : exponent);
+    }
+}
+
+template <class T, LinLogspaceMethod method>
+struct LinlogspaceKernel {
+    static GPU_DEVICE void apply(elementwisedetail::Position at, T* out, T first, T last) {
+        T const value = spacedValue(at, first, last);
+        if constexpr (method == logarithmic) {
+            out[at.i] = tenToThe(value);
+        } else {
+            out[at.i] = value;
+        }
+    }
+};
+
+}  // namespace
+
+template <class T>
+void Linspace::Invoker<T>::operator()(CUstream_st* stream, unsigned long n, T* out, T first, T last) const {
+    elementwisedetail::launch<LinlogspaceKernel<T, linear>>(stream, n, out, first, last);
+}
+
+template <class T>
+void Logspace::Invoker<T>::operator()(CUstream_st* stream, unsigned long n, T* out, T first, T last) const {
+    elementwisedetail::launch<LinlogspaceKernel<T, logarithmic>>(stream, n, out, first, last);
+}
+
+void _forceInstantiation_(detail::Opaque& opaque, Linspace*) {
+    internal::instantiate<Linspace>(opaque, internal::Floating{});
+}
+
+void _forceInstantiation_(detail::Opaque& opaque, Logspace*) {
+    internal::instantiate<Logspace>(opaque, internal::Floating{});
+}
+
+}  // namespace gpuruntime
