@@ -1,11 +1,9 @@
 #include <gpuruntime/fills.hpp>
 
 #include "frame/complex.hpp"
-#include "frame/convert.hpp"
 #include "frame/elementwise.hpp"
 #include "frame/instantiation.hpp"
 #include "frame/invariant_divisor.hpp"
-#include "math.hpp"
 
 namespace gpuruntime {
 namespace {

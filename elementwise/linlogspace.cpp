@@ -1,8 +1,8 @@
 #include <gpuruntime/ranges.hpp>
 
+#include "conversion.hpp"
 #include "elementwise/guarded_product.hpp"
 #include "frame/complex.hpp"
-#include "frame/convert.hpp"
 #include "frame/elementwise.hpp"
 #include "frame/instantiation.hpp"
 #include "math.hpp"
