@@ -7,6 +7,7 @@
 #define GPU_KERNEL __global__
 #define GPU_DEVICE __device__ __forceinline__
 #define GPU_HOST_DEVICE __host__ __device__ inline
+#define GPU_DEVICE_CALL __device__ __noinline__
 #define GPU_SHARED __shared__
 
 /// Before a loop of few passes, known at build time: one copy of the body for each.
@@ -28,6 +29,14 @@ GPU_DEVICE dim3 gridSize() { return gridDim; }
 
 /// The barrier between two programs of one block; phases carry their own.
 GPU_DEVICE void blockBarrier() { __syncthreads(); }
+
+/// Neighbouring blocks of a grid that run close to each other in time: here all do, and nothing needs
+/// fetching ahead.
+inline constexpr unsigned int closeBlocksX = 1;
+inline constexpr unsigned int closeBlocksY = 1;
+
+template <class T>
+GPU_DEVICE void prefetch(T const*, unsigned int) {}
 
 /// A thread's place in a block.
 struct Thread {
@@ -112,6 +121,12 @@ class TileThreads {
     template <class F>
     GPU_DEVICE void forEach(F f) const {
         f(Thread{threadIdx.x, threadIdx.y, threadIdx.z});
+    }
+
+    /// The same within the first two limits, where most blocks are `X` by `Y` threads and whole.
+    template <unsigned int X, unsigned int Y, class F>
+    GPU_DEVICE void forEach(dim3 limit, F f) const {
+        if (threadIdx.x < limit.x && threadIdx.y < limit.y) forEach(f);
     }
 
     /// Calls `f(thread)` for every thread, then the block meets at a barrier.

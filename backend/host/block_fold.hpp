@@ -56,7 +56,7 @@ class SegmentTile {
         if (whole > length) {
             for (unsigned int x = 0; x < length; ++x) {
 #pragma GCC ivdep
-                for (unsigned int y = 0; y < whole; ++y) element(x * sizeY + y, x, y * length + x);
+                for (unsigned int y = 0; y < whole; ++y) element(x * sizeY + y, x, 1ul * y * length + x);
             }
         } else {
             for (unsigned int y = 0; y < whole; ++y) loadRow(y, length, element);
@@ -86,7 +86,7 @@ class SegmentTile {
     template <class Element>
     GPU_DEVICE void loadRow(unsigned int y, unsigned int numElements, Element element) const {
 #pragma GCC ivdep
-        for (unsigned int x = 0; x < numElements; ++x) element(x * sizeY + y, x, y * length + x);
+        for (unsigned int x = 0; x < numElements; ++x) element(x * sizeY + y, x, 1ul * y * length + x);
     }
 
     unsigned int sizeX, sizeY, length;
@@ -118,12 +118,11 @@ class ScanTile {
     template <class Combine>
     GPU_DEVICE T buildUp(Threads const& /*threads*/, T identity, Combine combine) {
         T* level = nodes;
-        for (unsigned int left = width / 2; left > 0; left /= 2) {
-            T* const above = level + 2 * left;
-#pragma GCC ivdep
-            for (unsigned int i = 0; i < left; ++i) above[i] = combine(level[2 * i], level[2 * i + 1]);
-            level = above;
-        }
+        unsigned int left = width / 2;
+        for (; left > shortLevel; left /= 2) level = buildLevel(level, left, combine);
+        if (left >= 4) level = buildLevel(level, 4, combine);
+        if (left >= 2) level = buildLevel(level, 2, combine);
+        if (left >= 1) level = buildLevel(level, 1, combine);
         return width < 2 * N ? combine(*level, identity) : *level;
     }
 
@@ -131,22 +130,43 @@ class ScanTile {
     /// follows.
     template <class Combine>
     GPU_DEVICE void walkDown(Threads const& /*threads*/, T identity, Combine combine) {
-        T* above = nodes + 2 * width - 2;
-        *above = identity;
-        for (unsigned int left = 1; left < width; left *= 2) {
-            T* const level = above - 2 * left;
-#pragma GCC ivdep
-            for (unsigned int i = 0; i < left; ++i) {
-                T const before = above[i];
-                T const first = level[2 * i];
-                level[2 * i] = before;
-                level[2 * i + 1] = combine(first, before);
-            }
-            above = level;
-        }
+        T* level = nodes + 2 * width - 2;
+        *level = identity;
+        if (width >= 2) level = walkLevel(level, 1, combine);
+        if (width >= 4) level = walkLevel(level, 2, combine);
+        if (width >= 8) level = walkLevel(level, 4, combine);
+        for (unsigned int left = 2 * shortLevel; left < width; left *= 2)
+            level = walkLevel(level, left, combine);
     }
 
   private:
+    /// Levels of up to as many pairs are unrolled: what a loop of vectors costs around it would be most of
+    /// short scans.
+    static constexpr unsigned int shortLevel = 4;
+
+    /// Returns the level above, of `left` nodes.
+    template <class Combine>
+    GPU_DEVICE static T* buildLevel(T* level, unsigned int left, Combine combine) {
+        T* const above = level + 2 * left;
+#pragma GCC ivdep
+        for (unsigned int i = 0; i < left; ++i) above[i] = combine(level[2 * i], level[2 * i + 1]);
+        return above;
+    }
+
+    /// Hands down `left` nodes; returns the level below.
+    template <class Combine>
+    GPU_DEVICE static T* walkLevel(T* above, unsigned int left, Combine combine) {
+        T* const level = above - 2 * left;
+#pragma GCC ivdep
+        for (unsigned int i = 0; i < left; ++i) {
+            T const before = above[i];
+            T const first = level[2 * i];
+            level[2 * i] = before;
+            level[2 * i + 1] = combine(first, before);
+        }
+        return level;
+    }
+
     T nodes[4 * N];
     unsigned int width;  // the least power of two that takes in the values that are there
 };

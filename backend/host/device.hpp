@@ -11,6 +11,7 @@
 #define GPU_KERNEL
 #define GPU_DEVICE inline __attribute__((always_inline))
 #define GPU_HOST_DEVICE inline
+#define GPU_DEVICE_CALL inline
 #define GPU_SHARED
 
 /// Before a loop of few passes, known at build time: one copy of the body for each.
@@ -36,6 +37,23 @@ GPU_DEVICE dim3 gridSize() { return hostdevice::currentBlock.grid; }
 
 /// The barrier between two programs of one block; phases carry their own.
 GPU_DEVICE void blockBarrier() {}
+
+/// Neighbouring blocks of a grid that run close to each other in time: memory that a block fetches ahead for
+/// this many in a direction is likely to be there when they run.
+inline constexpr unsigned int closeBlocksX = hostdevice::BlockWalk::groupX;
+inline constexpr unsigned int closeBlocksY = hostdevice::BlockWalk::groupY;
+
+/// Fetches `count` elements from `from` on, which need not exist, ahead of their use. Scattered accesses
+/// gain: several lines in a row come much faster than one at a time.
+template <class T>
+GPU_DEVICE void prefetch(T const* from, unsigned int count) {
+    constexpr unsigned long cacheLine = 64;
+    constexpr int intoSecondLevel = 2;
+    auto const* const bytes = reinterpret_cast<char const*>(from);
+    for (unsigned long i = 0; i < count * sizeof(T); i += cacheLine) {
+        __builtin_prefetch(bytes + i, 0, intoSecondLevel);
+    }
+}
 
 /// A thread's place in a block.
 struct Thread {
@@ -95,17 +113,19 @@ class Threads {
     }
 
     /// Calls `f(t, i)` for every `i` in [`begin`, `end`), by the thread `t` = (`i` - `begin`) mod `N` and in
-    /// ascending order for each thread; `N` is the block's size. No barrier follows.
+    /// ascending order for each thread; `N` is the block's size. No barrier follows. Take `i` in 64 bits to
+    /// index an array with it: of a sum of 32 bits the compiler must fear that it wraps, and does not
+    /// vectorise.
     template <unsigned int N, class F>
     GPU_DEVICE void walk(unsigned int begin, unsigned int end, F f) const {
-        if (begin >= end) return;
-        unsigned int left = end - begin;
-        for (; left >= N; left -= N, begin += N) {
+        unsigned long i = begin;
+        for (; i + N <= end; i += N) {
 #pragma GCC ivdep
-            for (unsigned int t = 0; t < N; ++t) f(t, begin + t);
+            for (unsigned int t = 0; t < N; ++t) f(t, i + t);
         }
+        unsigned int const left = i < end ? end - static_cast<unsigned int>(i) : 0;
 #pragma GCC ivdep
-        for (unsigned int t = 0; t < left; ++t) f(t, begin + t);
+        for (unsigned int t = 0; t < left; ++t) f(t, i + t);
     }
 
   private:
@@ -138,6 +158,20 @@ class TileThreads {
     template <class F>
     GPU_DEVICE void forEach(F f) const {
         forEach(extent, f);
+    }
+
+    /// The same within the first two limits, where most blocks are `X` by `Y` threads and whole: known
+    /// extents make the loops of those faster.
+    template <unsigned int X, unsigned int Y, class F>
+    GPU_DEVICE void forEach(dim3 limit, F f) const {
+        if (std::min(limit.x, extent.x) != X || std::min(limit.y, extent.y) != Y) {
+            forEach(limit, f);
+            return;
+        }
+        for (unsigned int y = 0; y < Y; ++y) {
+#pragma GCC ivdep
+            for (unsigned int x = 0; x < X; ++x) f(Thread{x, y, 0});
+        }
     }
 
     /// Calls `f(thread)` for every thread, then the block meets at a barrier.

@@ -2,6 +2,7 @@
 
 // Kernels, launches and device symbols of the host device, as the backend's launch header uses them.
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -25,6 +26,56 @@ struct BlockPosition {
 /// it often and a call to find it would cost more than the read.
 extern __thread BlockPosition currentBlock __attribute__((tls_model("initial-exec")));
 
+/// The order of a grid's blocks: in groups of neighbours, because neighbours often share cache lines and
+/// pages; x fastest within a group and among the groups.
+class BlockWalk {
+  public:
+    static constexpr unsigned int groupX = 8, groupY = 16;
+
+    BlockWalk(dim3 grid, std::uint64_t start) : grid_(grid) {
+        std::uint64_t const plane = std::uint64_t{grid.x} * grid.y;
+        std::uint64_t rest = start % plane;
+        enterRow(static_cast<unsigned int>(rest / (std::uint64_t{grid.x} * groupY)) * groupY);
+        rest -= std::uint64_t{grid.x} * top_;
+        unsigned int const height = bottom_ - top_;
+        enterGroup(static_cast<unsigned int>(rest / (groupX * height)) * groupX);
+        auto const place = static_cast<unsigned int>(rest - std::uint64_t{left_} * height);
+        index_ = {left_ + place % (right_ - left_), top_ + place / (right_ - left_),
+                  static_cast<unsigned int>(start / plane)};
+    }
+
+    uint3 index() const { return index_; }
+
+    void next() {
+        if (++index_.x != right_) return;
+        if (++index_.y == bottom_) {
+            if (right_ == grid_.x) {
+                if (bottom_ == grid_.y) ++index_.z;
+                enterRow(bottom_ == grid_.y ? 0 : bottom_);
+                right_ = 0;
+            }
+            enterGroup(right_);
+            index_.y = top_;
+        }
+        index_.x = left_;
+    }
+
+  private:
+    void enterRow(unsigned int top) {
+        top_ = top;
+        bottom_ = top + std::min(groupY, grid_.y - top);
+    }
+
+    void enterGroup(unsigned int left) {
+        left_ = left;
+        right_ = left + std::min(groupX, grid_.x - left);
+    }
+
+    dim3 grid_;
+    uint3 index_;
+    unsigned int left_, right_, top_, bottom_;  ///< the group's first and past-the-last block
+};
+
 /// First word of every `Kernel`, an arbitrary number.
 inline constexpr std::uint64_t kernelTag = 0x6b76'6770'756b'726e;
 
@@ -32,8 +83,8 @@ inline constexpr std::uint64_t kernelTag = 0x6b76'6770'756b'726e;
 struct Kernel {
     std::uint64_t tag;  ///< `kernelTag`, which tells a kernel from any other address
     char const* name;   ///< the kernel function with its template arguments, as the compiler spells them
-    /// Runs the blocks [first, last) of the grid, x fastest, one after another on the calling thread.
-    /// `arguments[i]` points at the i-th argument, of exactly the i-th parameter's type.
+    /// Runs the blocks [first, last) of the grid, in the order of `BlockWalk`, one after another on the
+    /// calling thread. `arguments[i]` points at the i-th argument, of exactly the i-th parameter's type.
     void (*runBlocks)(void** arguments, dim3 grid, dim3 block, std::uint64_t first, std::uint64_t last);
     std::size_t numParameters;
 };
@@ -87,20 +138,12 @@ struct KernelCode<kernelFunction> {
     /// The parameters are locals here, so the compiler need not read them again for every block.
     static void run(dim3 grid, dim3 block, std::uint64_t first, std::uint64_t last,
                     Parameters... parameters) {
-        uint3 index{static_cast<unsigned int>(first % grid.x),
-                    static_cast<unsigned int>(first / grid.x % grid.y),
-                    static_cast<unsigned int>(first / grid.x / grid.y)};
-        currentBlock = {index, block, grid};
+        currentBlock = {{}, block, grid};
+        BlockWalk walk(grid, first);
         for (std::uint64_t i = first; i < last; ++i) {
-            currentBlock.index = index;
+            currentBlock.index = walk.index();
             kernelFunction(parameters...);
-            if (++index.x == grid.x) {
-                index.x = 0;
-                if (++index.y == grid.y) {
-                    index.y = 0;
-                    ++index.z;
-                }
-            }
+            walk.next();
         }
     }
 };

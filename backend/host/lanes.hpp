@@ -4,17 +4,18 @@
 
 #include "device.hpp"
 
-/// Values of neighbouring threads, one per lane of a machine vector, for phases whose arithmetic a compiler does not
-/// vectorise by itself. The operators of the element type work lane by lane, a comparison gives a mask for `?:`, and
-/// a scalar operand counts for every lane. A phase written with lanes also runs where a lane is a whole thread.
+/// Values of neighbouring threads, one per lane of a machine vector, for phases whose arithmetic a compiler
+/// does not vectorise by itself. The operators of the element type work lane by lane, a comparison gives a
+/// mask for `?:`, and a scalar operand counts for every lane. A phase written with lanes also runs where a
+/// lane is a whole thread.
 namespace gpuruntime::backend {
 
 inline constexpr unsigned int laneCount = 4;
 using WordLanes = unsigned long __attribute__((vector_size(32)));
 using DoubleLanes = double __attribute__((vector_size(32)));
 
-/// Calls `f(t)` for the first thread `t` of every group of `laneCount`; no barrier follows. The block's size is a
-/// multiple of `laneCount`.
+/// Calls `f(t)` for the first thread `t` of every group of `laneCount`; no barrier follows. The block's size
+/// is a multiple of `laneCount`.
 template <class F>
 GPU_DEVICE void forEachLanes(Threads const& threads, F f) {
     for (unsigned int t = 0; t < threads.size(); t += laneCount) f(t);
@@ -29,13 +30,15 @@ GPU_DEVICE WordLanes countedFrom(unsigned long first) { return first + WordLanes
 GPU_DEVICE unsigned long lane(WordLanes values, unsigned int i) { return values[i]; }
 GPU_DEVICE double lane(DoubleLanes values, unsigned int i) { return values[i]; }
 GPU_DEVICE void setLane(WordLanes& values, unsigned int i, unsigned long value) { values[i] = value; }
+GPU_DEVICE void setLane(DoubleLanes& values, unsigned int i, double value) { values[i] = value; }
 
 /// The 64-bit product of the low 32 bits of each factor.
 GPU_DEVICE unsigned long wideProduct(unsigned long a, unsigned long b) {
     return static_cast<unsigned long>(static_cast<unsigned int>(a)) * static_cast<unsigned int>(b);
 }
 GPU_DEVICE WordLanes wideProduct(WordLanes a, WordLanes b) {
-    return reinterpret_cast<WordLanes>(_mm256_mul_epu32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+    return reinterpret_cast<WordLanes>(
+        _mm256_mul_epu32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
 }
 
 /// The same 64 bits as another type.
@@ -50,19 +53,20 @@ GPU_DEVICE DoubleLanes copySign(DoubleLanes magnitude, DoubleLanes sign) {
     return withBits((bitsOf(magnitude) & 0x7fffffffffffffff) | (bitsOf(sign) & 0x8000000000000000));
 }
 
-/// The exact value of an integer below 2^53. Each half is put into the low bits of a power of two, which is then
-/// taken away.
+/// The exact value of an integer below 2^53. Each half is put into the low bits of a power of two, which is
+/// then taken away.
 GPU_DEVICE DoubleLanes exactDouble(WordLanes integer) {
     DoubleLanes const high = withBits((integer >> 32) | bitsOf(doubleLanes(0x1p84)));
     DoubleLanes const low = withBits((integer & 0xffffffff) | bitsOf(doubleLanes(0x1p52)));
     return (high - (0x1p84 + 0x1p52)) + low;
 }
 
-/// The low 32 bits of an integer, negative ones in two's complement; the rest of the lane is of no meaning. The integer
-/// lies within 2^32 of 0.
+/// The low 32 bits of an integer, negative ones in two's complement; the rest of the lane is of no meaning.
+/// The integer lies within 2^32 of 0.
 GPU_DEVICE WordLanes lowWord(DoubleLanes integer) { return bitsOf(integer + 0x1.8p52); }
 
-/// As `toInt64` and `toUint64` of one value, for values that are integers: saturating, and the value must not be NaN.
+/// As `toInt64` and `toUint64` of one value, for values that are integers: saturating, and the value must not
+/// be NaN.
 GPU_DEVICE WordLanes integerToUint64(DoubleLanes x) {
     DoubleLanes const raised = x > 0.0 ? x : doubleLanes(0.0);
     DoubleLanes const upper = floor(raised * 0x1p-32);

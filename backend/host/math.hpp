@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cmath>
+#include <cstring>
+#include <type_traits>
 
 #include "device.hpp"
 
@@ -75,19 +77,32 @@ GPU_DEVICE bool isFinite(T x) {
     return abs(x) < static_cast<T>(HUGE_VAL);
 }
 
-/// The larger value: a NaN is ignored unless both are, and +0 is above -0. Without branches, so that loops
-/// vectorise; the sum of two zeros is +0 unless both are -0.
+/// What `sign` makes of the bits of equal values, which changes no more than the sign of zeros; `otherwise` for others.
+/// Without arithmetic, so that loops vectorise.
+template <class T, class Bitwise>
+GPU_DEVICE T ofEqual(T a, T b, T otherwise, Bitwise sign) {
+    using Bits = std::conditional_t<sizeof(T) == 8, unsigned long, unsigned int>;
+    Bits bitsA, bitsB;
+    std::memcpy(&bitsA, &a, sizeof(T));
+    std::memcpy(&bitsB, &b, sizeof(T));
+    Bits const bits = sign(bitsA, bitsB);
+    T equal;
+    std::memcpy(&equal, &bits, sizeof(T));
+    return a == b ? equal : otherwise;
+}
+
+/// The larger value: a NaN is ignored unless both are, and +0 is above -0.
 template <class T>
 GPU_DEVICE T fmax(T a, T b) {
     T const larger = (a > b) | isNaN(b) ? a : b;
-    return (a == 0) & (b == 0) ? a + b : larger;
+    return ofEqual(a, b, larger, [](auto x, auto y) { return x & y; });
 }
 
 /// The smaller value, by the same rules.
 template <class T>
 GPU_DEVICE T fmin(T a, T b) {
     T const smaller = (a < b) | isNaN(b) ? a : b;
-    return (a == 0) & (b == 0) ? -(-a + -b) : smaller;
+    return ofEqual(a, b, smaller, [](auto x, auto y) { return x | y; });
 }
 
 }  // namespace gpuruntime::backend

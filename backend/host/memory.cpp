@@ -1,5 +1,7 @@
 // Allocation, copies, fills and device symbols.
 
+#include <sys/mman.h>
+
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +20,9 @@ namespace {
 
 /// What the runtime aligns allocations to, and kernels may rely on.
 constexpr std::size_t allocationAlignment = 256;
+
+/// Large allocations stand on huge pages, so that scattered accesses find their page and fresh memory costs few faults.
+constexpr std::size_t hugePage = std::size_t{1} << 21;
 
 struct Allocations {
     std::mutex mutex;
@@ -44,10 +49,16 @@ cudaError allocate(void** pointer, std::size_t size) {
     if (allocations.used > total || size > total - allocations.used) {
         return cudaErrorMemoryAllocation;
     }
-    std::size_t const rounded = (size + allocationAlignment - 1) / allocationAlignment * allocationAlignment;
-    void* const memory = std::aligned_alloc(allocationAlignment, rounded);
+    bool const isLarge = size >= hugePage;
+    std::size_t const alignment = isLarge ? hugePage : allocationAlignment;
+    std::size_t const rounded = (size + alignment - 1) / alignment * alignment;
+    void* const memory = std::aligned_alloc(alignment, rounded);
     if (memory == nullptr) {
         return cudaErrorMemoryAllocation;
+    }
+    if (isLarge) {
+        // Advice only: without huge pages everything works, and more slowly.
+        static_cast<void>(madvise(memory, rounded, MADV_HUGEPAGE));
     }
     allocations.sizes.emplace(memory, size);
     allocations.used += size;

@@ -5,34 +5,54 @@
 #include <hwy/contrib/sort/vqsort.h>
 
 namespace gpuruntime::backend {
-namespace {
-
-/// Buckets for each thread, so that the last ones even out what the first ones took.
-constexpr unsigned int bucketsPerThread = 4;
-
-/// Signed numbers in the order of unsigned words, which compare in one instruction.
-long asSigned(unsigned long word) { return static_cast<long>(word ^ 0x8000000000000000); }
-
-}  // namespace
 
 void sortSerially(unsigned long* words, unsigned long n) { hwy::Sorter()(words, n, hwy::SortAscending()); }
 
-unsigned int Buckets::countFor(unsigned long n) {
-    auto const threads = static_cast<unsigned int>(tbb::this_task_arena::max_concurrency());
-    return n < 2 * serialSize || threads == 1 ? 1 : std::min(maxCount, threads * bucketsPerThread);
+Merge Merge::part(unsigned long first, unsigned long last) const {
+    auto const sizeA = static_cast<unsigned long>(endA - a), sizeB = static_cast<unsigned long>(endB - b);
+    // How many of the first words of the result come from `a`: those that are at most the word of `b` they compete
+    // with.
+    auto const fromA = [&](unsigned long count) {
+        unsigned long low = count > sizeB ? count - sizeB : 0, high = std::min(count, sizeA);
+        while (low < high) {
+            unsigned long const middle = low + (high - low) / 2;
+            if (a[middle] <= b[count - middle - 1]) {
+                low = middle + 1;
+            } else {
+                high = middle;
+            }
+        }
+        return low;
+    };
+    unsigned long const beginA = fromA(first), endOfA = fromA(last);
+    return {a + beginA, a + endOfA, b + (first - beginA), b + (last - endOfA), out + first};
 }
 
-Buckets::Buckets(unsigned int count, unsigned long* sample, unsigned long mask) : count_(count) {
-    sortSerially(sample, count * oversampling);
-    for (unsigned int i = 0; i + 1 < count; ++i) splitters[i] = asSigned(sample[(i + 1) * oversampling] & mask);
+unsigned long SortedHalves::numChunksFor(unsigned long n) {
+    if (n < 2 * serialSize) return 1;
+    auto const threads = static_cast<unsigned long>(tbb::this_task_arena::max_concurrency());
+    unsigned long count = 1;
+    while (count < threads && n / (2 * count) >= serialSize) count *= 2;
+    return count;
 }
 
-void Buckets::classify(unsigned long const* words, unsigned long n, unsigned char* buckets) const {
-    for (unsigned long i = 0; i < n; ++i) buckets[i] = 0;
-    for (unsigned int s = 0; s + 1 < count_; ++s) {
-        long const splitter = splitters[s];
-        for (unsigned long i = 0; i < n; ++i) buckets[i] += asSigned(words[i]) >= splitter;
+void SortedHalves::mergeChunks() {
+    merged.emplace(n);
+    unsigned long *from = words.data(), *to = merged->data();
+    while (numChunks > 2) {
+        tbb::this_task_arena::isolate([&] {
+            tbb::parallel_for(0ul, numChunks / 2, [&](unsigned long pair) {
+                unsigned long const begin = beginOf(2 * pair), middle = beginOf(2 * pair + 1), end = beginOf(2 * pair + 2);
+                Merge const both{from + begin, from + middle, from + middle, from + end, begin};
+                forEachPart(end - begin, [&](unsigned long first, unsigned long last) {
+                    merge(both, first, last, [to](unsigned long i, unsigned long word) { to[i] = word; });
+                });
+            });
+        });
+        numChunks /= 2;
+        std::swap(from, to);
     }
+    if (from != merged->data()) words.swap(*merged);
 }
 
 }  // namespace gpuruntime::backend

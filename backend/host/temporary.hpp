@@ -3,6 +3,7 @@
 #include <cuda_runtime_api.h>
 
 #include <type_traits>
+#include <utility>
 
 #include "thrust.hpp"
 
@@ -19,8 +20,10 @@ public:
     ~Temporary() { cudaFree(elements); }
     Temporary(Temporary const&) = delete;
     Temporary& operator=(Temporary const&) = delete;
+    void swap(Temporary& other) { std::swap(elements, other.elements); }
 
     T* data() { return elements; }
+    T const* data() const { return elements; }
     T& operator[](unsigned long i) { return elements[i]; }
     T const& operator[](unsigned long i) const { return elements[i]; }
 
