@@ -1,12 +1,14 @@
 # The host device: a plain CPU, blocks in parallel through oneTBB.
 
 find_package(TBB REQUIRED)
+find_package(hwy REQUIRED)
 
 set(kvgpuruntime_backend_sources
     backend/host/control.cpp
     backend/host/device.cpp
     backend/host/launch.cpp
     backend/host/memory.cpp
+    backend/host/sort.cpp
 )
 
 # The part of the CUDA runtime's interface that this device stands in for, under the runtime's own header names.
@@ -27,7 +29,7 @@ target_include_directories(kvgpuruntime_device INTERFACE
 # call can be replaced from outside, so the compiler may inline across functions.
 target_compile_options(kvgpuruntime_device INTERFACE
     -march=x86-64-v3 -ffp-contract=off -fno-trapping-math -fno-math-errno -fno-semantic-interposition -fvisibility-inlines-hidden -Wall -Wextra)
-target_link_libraries(kvgpuruntime_device INTERFACE TBB::tbb)
+target_link_libraries(kvgpuruntime_device INTERFACE TBB::tbb hwy::hwy_contrib)
 
 if(KVGPU_SANITIZE)
     set(sanitizer_flags -fsanitize=${KVGPU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -4,10 +4,16 @@
 //   demo <table.csv>      a header line, then rows; NA marks a missing value; columns of text are left out
 
 #include <cuda_runtime.h>
+#include <gpuruntime/accumulation.hpp>
 #include <gpuruntime/device_properties.hpp>
+#include <gpuruntime/random.hpp>
 #include <gpuruntime/ranges.hpp>
+#include <gpuruntime/reductions.hpp>
+#include <gpuruntime/sorting.hpp>
+#include <gpuruntime/transpose.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -52,10 +58,11 @@ class DeviceVector {
     std::size_t count;
 };
 
-/// The numeric columns of a table, one after another; a missing value is NaN.
+/// The numeric columns of a table as a column-major matrix; a missing value is NaN.
 struct Table {
     std::vector<std::string> names;
-    std::vector<std::vector<double>> columns;
+    std::vector<double> values;
+    unsigned long rows = 0, columns = 0;
 };
 
 std::vector<std::string> cells(std::string const& line) {
@@ -80,22 +87,28 @@ Table readTable(char const* path) {
         std::fprintf(stderr, "%s: no table to read\n", path);
         std::exit(1);
     }
-    Table all{cells(line), {}};
-    all.columns.resize(all.names.size());
-    std::vector<bool> numeric(all.names.size(), true);
+    std::vector<std::string> const names = cells(line);
+    std::vector<std::vector<double>> columns(names.size());
+    std::vector<bool> numeric(names.size(), true);
     while (std::getline(file, line)) {
         auto const row = cells(line);
-        for (std::size_t c = 0; c < all.names.size(); ++c) {
+        for (std::size_t c = 0; c < names.size(); ++c) {
             double value = 0;
             numeric[c] = c < row.size() && readsAsNumber(row[c], value) && numeric[c];
-            all.columns[c].push_back(value);
+            columns[c].push_back(value);
         }
     }
     Table table;
-    for (std::size_t c = 0; c < all.names.size(); ++c) {
+    for (std::size_t c = 0; c < names.size(); ++c) {
         if (!numeric[c]) continue;
-        table.names.push_back(all.names[c]);
-        table.columns.push_back(all.columns[c]);
+        table.names.push_back(names[c]);
+        table.values.insert(table.values.end(), columns[c].begin(), columns[c].end());
+    }
+    table.columns = table.names.size();
+    table.rows = table.columns == 0 ? 0 : table.values.size() / table.columns;
+    if (table.rows == 0) {
+        std::fprintf(stderr, "%s: no numbers to work on\n", path);
+        std::exit(1);
     }
     return table;
 }
@@ -115,24 +128,139 @@ void storeProperties() {
     std::printf("device: %s\n", device.name);
 }
 
-/// Prints, for each column, an axis of six evenly spaced values over what was measured.
-void printAxes(Table const& table) {
-    unsigned long const ticks = 6;
-    std::printf("\n%-20s axis\n", "column");
-    for (std::size_t c = 0; c < table.names.size(); ++c) {
-        double low = std::numeric_limits<double>::infinity(), high = -low;
-        for (double value : table.columns[c]) {
-            if (std::isnan(value)) continue;
-            low = std::min(low, value);
-            high = std::max(high, value);
-        }
-        DeviceVector<double> axis(ticks);
-        gpuruntime::Linspace::Invoker<double>()(nullptr, ticks, axis.data(), low, high);
-        check(cudaGetLastError(), "launching");
-        std::printf("%-20s", table.names[c].c_str());
-        for (double tick : axis.values()) std::printf(" %10.4g", tick);
+/// For each column, over the values that are not missing: how many, their sum and mean, the smallest and the
+/// largest with their rows.
+void printSummaries(Table const& table, DeviceVector<double>& matrix) {
+    unsigned long const n = table.values.size(), rows = table.rows, columns = table.columns;
+    std::vector<unsigned char> present;
+    for (double value : table.values) present.push_back(!std::isnan(value));
+    DeviceVector<unsigned char> mask(present);
+
+    DeviceVector<double> counts(columns), sums(columns), lows(columns), lowRows(columns), highs(columns),
+        highRows(columns);
+    cudaStream_t const stream = nullptr;
+    using namespace gpuruntime;
+    check(SumAsDouble::Invoker<unsigned char>()(stream, counts.data(), mask.data(), n, rows, 1, true),
+          "counting");
+    check(SumNative::Invoker<double>()(stream, sums.data(), matrix.data(), n, rows, 1, false), "summing");
+    check(MinWithIndex::Invoker<double>()(stream, lows.data(), lowRows.data(), matrix.data(), n, rows, 1, 1,
+                                          false),
+          "finding the smallest");
+    check(MaxWithIndex::Invoker<double>()(stream, highs.data(), highRows.data(), matrix.data(), n, rows, 1, 1,
+                                          false),
+          "finding the largest");
+
+    auto const count = counts.values(), sum = sums.values(), low = lows.values(), lowRow = lowRows.values(),
+               high = highs.values(), highRow = highRows.values();
+    std::printf("\n%-18s %5s %10s %10s %9s %5s %9s %5s\n", "column", "count", "sum", "mean", "min", "row",
+                "max", "row");
+    for (unsigned long c = 0; c < columns; ++c) {
+        std::printf("%-18s %5.0f %10.1f %10.3f %9.1f %5.0f %9.1f %5.0f\n", table.names[c].c_str(), count[c],
+                    sum[c], sum[c] / count[c], low[c], lowRow[c], high[c], highRow[c]);
+    }
+}
+
+/// The running total of a column, a missing value counting as 0.
+void printRunningTotal(Table const& table, unsigned long column) {
+    auto const first = table.values.begin() + static_cast<long>(column * table.rows);
+    std::vector<double> values(first, first + static_cast<long>(table.rows));
+    for (double& value : values) value = std::isnan(value) ? 0 : value;
+    DeviceVector<double> data(values), total(1);
+    check(
+        gpuruntime::CumSum::Invoker<double>()(nullptr, total.data(), data.data(), table.rows, table.rows, 1),
+        "accumulating");
+    auto const running = data.values();
+    std::printf("\nrunning total of %s\n", table.names[column].c_str());
+    for (unsigned long row = 49; row < table.rows; row += 50)
+        std::printf("  row %3lu %12.1f\n", row + 1, running[row]);
+    std::printf("  in all  %12.1f\n", total.values()[0]);
+}
+
+/// The rows in the order of two columns, the first ascending and the second descending. The table is
+/// transposed on the device, so that a row can be copied out whole.
+void printSortedRows(Table const& table, DeviceVector<double>& matrix, double firstColumn,
+                     double secondColumn) {
+    unsigned long const rows = table.rows, columns = table.columns;
+    DeviceVector<double> transposed(rows * columns);
+    gpuruntime::Transpose::Invoker<double>()(nullptr, transposed.data(), matrix.data(), rows, columns);
+    check(cudaGetLastError(), "transposing");
+
+    DeviceVector<unsigned int> order(rows);
+    gpuruntime::Colon::Invoker<unsigned int>()(nullptr, rows, order.data(), 1, 1, static_cast<double>(rows));
+    check(cudaGetLastError(), "numbering the rows");
+    double const sortOrder[] = {firstColumn, -secondColumn};
+    check(static_cast<cudaError>(
+              gpuruntime::SortrowsIndex::Invoker<double>()(matrix.data(), order.data(), rows, 2, sortOrder)),
+          "sorting");
+
+    std::printf("\nfirst rows by %s and, downwards, %s\n",
+                table.names[static_cast<unsigned long>(firstColumn) - 1].c_str(),
+                table.names[static_cast<unsigned long>(secondColumn) - 1].c_str());
+    auto const permutation = order.values();
+    auto const byRow = transposed.values();
+    for (unsigned long i = 0; i < std::min(5ul, rows); ++i) {
+        std::printf("  row %3u:", permutation[i]);
+        for (unsigned long c = 0; c < columns; ++c)
+            std::printf(" %8.1f", byRow[(permutation[i] - 1) * columns + c]);
         std::printf("\n");
     }
+}
+
+/// A random stream, as an engine keeps one: it seeds the state, and after each call moves it past what was
+/// used.
+class Stream {
+  public:
+    explicit Stream(unsigned int seed) : words{seed, 0, 0, 0, 0, 0, 0} {}
+
+    unsigned int* state() { return words.data(); }
+
+    /// A block of the counter gives two elements; word 6 is the place in a block begun.
+    void advance(unsigned long n) {
+        unsigned long const position = words[6] + n;
+        words[6] = position % 2;
+        unsigned long carry = position / 2;
+        for (std::size_t word = 2; word < 6 && carry != 0; ++word) {
+            carry += words[word];
+            words[word] = static_cast<unsigned int>(carry);
+            carry >>= 32;
+        }
+    }
+
+  private:
+    std::array<unsigned int, 7> words;
+};
+
+/// The spread of a column's mean over samples drawn with replacement, which tells how far the mean can be
+/// trusted.
+void printBootstrap(Table const& table, unsigned long column) {
+    unsigned long const samples = 1000;
+    std::vector<double> values;
+    for (unsigned long row = 0; row < table.rows; ++row) {
+        double const value = table.values[column * table.rows + row];
+        if (!std::isnan(value)) values.push_back(value);
+    }
+    unsigned long const n = values.size();
+
+    Stream stream(2014);
+    DeviceVector<unsigned int> drawn(n);
+    std::vector<double> drawnValues;
+    for (unsigned long sample = 0; sample < samples; ++sample) {
+        check(gpuruntime::RandI<gpucommon::rand::Philox4x32Generator>::Invoker<unsigned int>()(
+                  nullptr, drawn.data(), stream.state(), 0, static_cast<double>(n - 1), n),
+              "drawing");
+        stream.advance(n);
+        for (unsigned int row : drawn.values()) drawnValues.push_back(values[row]);
+    }
+
+    DeviceVector<double> draws(drawnValues), sums(samples);
+    check(
+        gpuruntime::SumNative::Invoker<double>()(nullptr, sums.data(), draws.data(), samples * n, n, 1, true),
+        "summing the samples");
+    gpuruntime::SimpleSort::Invoker<double>()(sums.data(), samples);
+    auto const sorted = sums.values();
+    std::printf("\nmean %s of %lu samples: 95 %% of them from %.2f to %.2f\n", table.names[column].c_str(),
+                samples, sorted[samples / 40] / static_cast<double>(n),
+                sorted[samples - 1 - samples / 40] / static_cast<double>(n));
 }
 
 }  // namespace
@@ -143,8 +271,13 @@ int main(int argc, char** argv) {
         return 1;
     }
     Table const table = readTable(argv[1]);
-    std::printf("table: %zu rows, %zu numeric columns\n", table.columns.empty() ? 0 : table.columns[0].size(),
-                table.columns.size());
     storeProperties();
-    printAxes(table);
+    std::printf("table: %lu rows, %lu numeric columns\n", table.rows, table.columns);
+
+    DeviceVector<double> matrix(table.values);
+    printSummaries(table, matrix);
+    unsigned long const last = table.columns - 1, beforeLast = table.columns > 1 ? last - 1 : last;
+    printRunningTotal(table, beforeLast);
+    printSortedRows(table, matrix, static_cast<double>(last + 1), static_cast<double>(beforeLast + 1));
+    printBootstrap(table, beforeLast);
 }

@@ -11,8 +11,8 @@ packages=(
     cmake              # the build, with presets
     ninja-build        # what cmake drives
     libtbb-dev         # blocks in parallel on the host device
+    libhwy-dev         # vectorised sort on the host device
     libthrust-dev      # Thrust on the host device; the CUDA toolkit brings its own
-    libboost-dev       # MPL in signatures, inverse error functions
     libgtest-dev       # tests
     libbenchmark-dev   # benchmarks
 )

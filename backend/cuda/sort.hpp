@@ -5,15 +5,34 @@
 #include "device.hpp"
 #include "thrust.hpp"
 
-/// Stable partition and sorts on the default stream. Each call has finished when it returns; what Thrust throws passes
-/// through.
+/// Stable partition and sorts on the default stream. Each call has finished when it returns; what Thrust
+/// throws passes through.
 namespace gpuruntime::backend {
 
-/// Moves the elements that satisfy the predicate before the others, keeping the order on both sides; returns how many
-/// these are.
-template <class Iterator, class Predicate>
-unsigned long stablePartition(Iterator first, unsigned long n, Predicate predicate) {
-    return static_cast<unsigned long>(thrust::stable_partition(thrustPolicy(), first, first + n, predicate) - first);
+/// A predicate of a tuple's first element.
+template <class Predicate>
+struct OfFirst {
+    Predicate predicate;
+
+    template <class Tuple>
+    __device__ bool operator()(Tuple const& tuple) const {
+        return predicate(thrust::get<0>(tuple));
+    }
+};
+
+/// Moves the elements of `data` that satisfy the predicate before the others, keeping the order on both
+/// sides, and permutes `values` alike; returns how many these are.
+template <class Predicate, class T, class... V>
+unsigned long stablePartition(Predicate predicate, unsigned long n, T* data, V*... values) {
+    if constexpr (sizeof...(V) == 0) {
+        return static_cast<unsigned long>(
+            thrust::stable_partition(thrustPolicy(), data, data + n, predicate) - data);
+    } else {
+        auto const first = thrust::make_zip_iterator(data, values...);
+        auto const middle =
+            thrust::stable_partition(thrustPolicy(), first, first + n, OfFirst<Predicate>{predicate});
+        return static_cast<unsigned long>(middle - first);
+    }
 }
 
 template <class Order, class T>
@@ -26,8 +45,8 @@ struct ValueOf {
     __device__ auto operator()(unsigned long rank) const { return Order::value(rank); }
 };
 
-/// Radix sort. Thrust takes radix for plain keys under its own comparators; its sort of floating keys holds both zeros
-/// for equal, so these are sorted as their ranks, in place.
+/// Radix sort. Thrust takes radix for plain keys under its own comparators; its sort of floating keys holds
+/// both zeros for equal, so these are sorted as their ranks, in place.
 template <class Order, class T, class... V>
 std::enable_if_t<Order::isRadix> stableSort(Order /*order*/, unsigned long n, T* keys, V*... values) {
     auto const policy = thrustPolicy();
@@ -35,7 +54,8 @@ std::enable_if_t<Order::isRadix> stableSort(Order /*order*/, unsigned long n, T*
         if constexpr (sizeof...(V) == 0) {
             thrust::stable_sort(policy, first, first + n, before);
         } else {
-            thrust::stable_sort_by_key(policy, first, first + n, thrust::make_zip_iterator(values...), before);
+            thrust::stable_sort_by_key(policy, first, first + n, thrust::make_zip_iterator(values...),
+                                       before);
         }
     };
     if constexpr (std::is_floating_point_v<T>) {
@@ -57,13 +77,14 @@ std::enable_if_t<!Order::isRadix> stableSort(Order order, unsigned long n, T* ke
     if constexpr (sizeof...(V) == 0) {
         thrust::stable_sort(thrustPolicy(), keys, keys + n, order);
     } else {
-        thrust::stable_sort_by_key(thrustPolicy(), keys, keys + n, thrust::make_zip_iterator(values...), order);
+        thrust::stable_sort_by_key(thrustPolicy(), keys, keys + n, thrust::make_zip_iterator(values...),
+                                   order);
     }
 }
 
-/// Sorts each group of elements that share a label, groups in ascending order of label. `sort(n, data, values...)` is
-/// the stable sort of one group; here it sorts all elements at once, and a second stable pass brings the labels
-/// together, so the cost does not depend on the number of groups.
+/// Sorts each group of elements that share a label, groups in ascending order of label. `sort(n, data,
+/// values...)` is the stable sort of one group; here it sorts all elements at once, and a second stable pass
+/// brings the labels together, so the cost does not depend on the number of groups.
 template <class LabelOrder, class Sort, class T, class... V>
 void sortGroups(LabelOrder labelOrder, Sort sort, unsigned long n, int* labels, T* data, V*... values) {
     sort(n, data, labels, values...);

@@ -77,8 +77,8 @@ GPU_DEVICE bool isFinite(T x) {
     return abs(x) < static_cast<T>(HUGE_VAL);
 }
 
-/// What `sign` makes of the bits of equal values, which changes no more than the sign of zeros; `otherwise` for others.
-/// Without arithmetic, so that loops vectorise.
+/// What `sign` makes of the bits of equal values, which changes no more than the sign of zeros; `otherwise`
+/// for others. Without arithmetic, so that loops vectorise.
 template <class T, class Bitwise>
 GPU_DEVICE T ofEqual(T a, T b, T otherwise, Bitwise sign) {
     using Bits = std::conditional_t<sizeof(T) == 8, unsigned long, unsigned int>;

@@ -21,7 +21,8 @@ namespace {
 /// What the runtime aligns allocations to, and kernels may rely on.
 constexpr std::size_t allocationAlignment = 256;
 
-/// Large allocations stand on huge pages, so that scattered accesses find their page and fresh memory costs few faults.
+/// Large allocations stand on huge pages, so that scattered accesses find their page and fresh memory costs
+/// few faults.
 constexpr std::size_t hugePage = std::size_t{1} << 21;
 
 struct Allocations {

@@ -10,8 +10,8 @@ void sortSerially(unsigned long* words, unsigned long n) { hwy::Sorter()(words, 
 
 Merge Merge::part(unsigned long first, unsigned long last) const {
     auto const sizeA = static_cast<unsigned long>(endA - a), sizeB = static_cast<unsigned long>(endB - b);
-    // How many of the first words of the result come from `a`: those that are at most the word of `b` they compete
-    // with.
+    // How many of the first words of the result come from `a`: those that are at most the word of `b` they
+    // compete with.
     auto const fromA = [&](unsigned long count) {
         unsigned long low = count > sizeB ? count - sizeB : 0, high = std::min(count, sizeA);
         while (low < high) {
@@ -42,7 +42,8 @@ void SortedHalves::mergeChunks() {
     while (numChunks > 2) {
         tbb::this_task_arena::isolate([&] {
             tbb::parallel_for(0ul, numChunks / 2, [&](unsigned long pair) {
-                unsigned long const begin = beginOf(2 * pair), middle = beginOf(2 * pair + 1), end = beginOf(2 * pair + 2);
+                unsigned long const begin = beginOf(2 * pair), middle = beginOf(2 * pair + 1),
+                                    end = beginOf(2 * pair + 2);
                 Merge const both{from + begin, from + middle, from + middle, from + end, begin};
                 forEachPart(end - begin, [&](unsigned long first, unsigned long last) {
                     merge(both, first, last, [to](unsigned long i, unsigned long word) { to[i] = word; });

@@ -2,28 +2,29 @@
 
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
+#include <tbb/parallel_invoke.h>
 #include <tbb/parallel_reduce.h>
 #include <tbb/task_arena.h>
 
 #include <algorithm>
+#include <numeric>
 #include <optional>
 #include <vector>
 
 #include "temporary.hpp"
-#include "thrust.hpp"
 
 /// Stable partition and sorts. Each call has finished when it returns; what Thrust throws passes through.
 ///
-/// Every sort goes over 64-bit words, which a vectorised quicksort sorts several times faster than a comparison sort
-/// or a radix sort does: the words are ranks, whose unsigned order is the order of the keys, or the leading bits of
-/// ranks with a position below them, which makes the sort stable.
+/// Every sort goes over 64-bit words, which a vectorised quicksort sorts several times faster than a
+/// comparison sort or a radix sort does: the words are ranks, whose unsigned order is the order of the keys,
+/// or the leading bits of ranks with a position below them, which makes the sort stable.
 namespace gpuruntime::backend {
 
 /// Below this many elements a loop stays on the calling thread: it takes about as long as waking the workers.
 inline constexpr unsigned long serialSize = 32768;
 
-/// Calls `f(first, last)` for parts of [0, n), on several threads if that pays. Isolated, so that a thread that waits
-/// takes up no work of the caller's own.
+/// Calls `f(first, last)` for parts of [0, n), on several threads if that pays. Isolated, so that a thread
+/// that waits takes up no work of the caller's own.
 template <class F>
 void forEachPart(unsigned long n, F const& f) {
     if (n < serialSize) {
@@ -43,7 +44,9 @@ Result reduceParts(unsigned long n, Result const& none, F const& f, Combine cons
     return tbb::this_task_arena::isolate([&] {
         return tbb::parallel_reduce(
             tbb::blocked_range<unsigned long>(0, n, serialSize / 4), none,
-            [&](auto const& part, Result const& before) { return combine(before, f(part.begin(), part.end())); },
+            [&](auto const& part, Result const& before) {
+                return combine(before, f(part.begin(), part.end()));
+            },
             combine);
     });
 }
@@ -72,8 +75,8 @@ struct Merge {
     Merge part(unsigned long first, unsigned long last) const;
 };
 
-/// Merges, calling `emit(i, word)` for each place of the result. Each step waits for the one before it, so two parts
-/// advance in turn.
+/// Merges, calling `emit(i, word)` for each place of the result. Each step waits for the one before it, so
+/// two parts advance in turn.
 template <class Emit>
 void merge(Merge const& both, unsigned long first, unsigned long last, Emit const emit) {
     unsigned long const middle = first + (last - first) / 2;
@@ -95,7 +98,7 @@ void merge(Merge const& both, unsigned long first, unsigned long last, Emit cons
 
 /// `n` words, sorted on several threads up to a last merge, whose result can then go where it is wanted.
 class SortedHalves {
-public:
+  public:
     template <class WordAt>
     SortedHalves(unsigned long n, WordAt const wordAt) : n(n), numChunks(numChunksFor(n)), words(n) {
         unsigned long* const filled = words.data();
@@ -108,9 +111,10 @@ public:
 
     /// Calls `emit(i, word)` for each word.
     template <class Emit>
-    void emitAll(Emit const& emit) const {
+    void emitAll(Emit const emit) const {
         if (numChunks == 1) {
-            for (unsigned long i = 0; i < n; ++i) emit(i, words[i]);
+            unsigned long const* const sorted = words.data();
+            for (unsigned long i = 0, end = n; i < end; ++i) emit(i, sorted[i]);
             return;
         }
         unsigned long const* const halves = merged ? merged->data() : words.data();
@@ -118,7 +122,7 @@ public:
         forEachPart(n, [&](unsigned long first, unsigned long end) { merge(last, first, end, emit); });
     }
 
-private:
+  private:
     /// A power of two, one chunk for each thread if `n` is worth them.
     static unsigned long numChunksFor(unsigned long n);
 
@@ -150,10 +154,25 @@ private:
     std::optional<Temporary<unsigned long>> merged;
 };
 
+/// Merge sort by comparisons, halves of long ranges on several threads.
+template <class Before>
+void stableMergeSort(unsigned long* first, unsigned long* last, Before const& before) {
+    if (static_cast<unsigned long>(last - first) < serialSize) {
+        std::stable_sort(first, last, before);
+        return;
+    }
+    unsigned long* const middle = first + (last - first) / 2;
+    tbb::this_task_arena::isolate([&] {
+        tbb::parallel_invoke([&] { stableMergeSort(first, middle, before); },
+                             [&] { stableMergeSort(middle, last, before); });
+    });
+    std::inplace_merge(first, middle, last, before);
+}
+
 /// Sorts positions of `keys` stably by `order`, from the most significant rank on.
 template <class Order, class K>
 class PositionSort {
-public:
+  public:
     PositionSort(Order order, K const* keys, unsigned long n)
         : order(order), keys(keys), positionBits(bitWidth(n - 1)), positionMask((1ul << positionBits) - 1) {}
 
@@ -165,7 +184,9 @@ public:
     void sort(unsigned long level, unsigned long* words, unsigned long n, PositionAt const& positionAt,
               Done const& done) const {
         Range ranks = rangeOfRanks(level, n, positionAt);
-        while (ranks.low == ranks.high && level + 1 < order.numRanks()) ranks = rangeOfRanks(++level, n, positionAt);
+        while (ranks.low == ranks.high && level + 1 < order.numRanks()) {
+            ranks = rangeOfRanks(++level, n, positionAt);
+        }
         int const prefixBits = 64 - positionBits;
         int const dropped = std::max(0, bitWidth(ranks.high - ranks.low) - prefixBits);
         SortedHalves const halves(n, [=, order = order, keys = keys, bits = positionBits](unsigned long i) {
@@ -179,7 +200,7 @@ public:
         });
     }
 
-private:
+  private:
     struct Range {
         unsigned long low, high;
     };
@@ -193,7 +214,9 @@ private:
 
     template <class PositionAt>
     Range rangeOfRanks(unsigned long level, unsigned long n, PositionAt const& positionAt) const {
-        auto const widest = [](Range a, Range b) { return Range{std::min(a.low, b.low), std::max(a.high, b.high)}; };
+        auto const widest = [](Range a, Range b) {
+            return Range{std::min(a.low, b.low), std::max(a.high, b.high)};
+        };
         auto const rangeOfPart = [&](unsigned long first, unsigned long last) {
             Range range{~0ul, 0};
             for (unsigned long i = first; i < last; ++i) {
@@ -209,7 +232,7 @@ private:
     template <class F>
     void forEachRunPart(unsigned long const* words, unsigned long n, F const& f) const {
         std::vector<unsigned long> borders{0};
-        for (unsigned long border = serialSize; border < n; border = std::max(border, borders.back()) + serialSize) {
+        for (unsigned long border = serialSize; border < n; border += serialSize) {
             while (border < n && words[border] >> positionBits == words[border - 1] >> positionBits) ++border;
             borders.push_back(border);
         }
@@ -220,7 +243,8 @@ private:
         });
     }
 
-    /// Orders the positions of each run of words with equal prefixes. `whole` tells that these are equal ranks.
+    /// Orders the positions of each run of words with equal prefixes. `whole` tells that these are equal
+    /// ranks.
     void settleTies(unsigned long level, bool whole, unsigned long* words, unsigned long first,
                     unsigned long last) const {
         unsigned long const nextLevel = whole ? level + 1 : level;
@@ -245,11 +269,12 @@ private:
             }
         } else if (level < std::min(order.numRanks(), deepLevel)) {
             Temporary<unsigned int> positions(n);
-            for (unsigned long i = 0; i < n; ++i) positions[i] = static_cast<unsigned int>(position(words[i]));
+            for (unsigned long i = 0; i < n; ++i)
+                positions[i] = static_cast<unsigned int>(position(words[i]));
             auto const positionAt = [positions = positions.data()](unsigned long i) { return positions[i]; };
             sort(level, words, n, positionAt, [](unsigned long, unsigned long) {});
         } else {
-            thrust::stable_sort(thrustPolicy(), words, words + n, before);
+            stableMergeSort(words, words + n, before);
         }
     }
 
@@ -262,19 +287,19 @@ private:
 /// An array that is to be permuted, and its elements as they were.
 template <class T>
 class Carried {
-public:
+  public:
     Carried(T* elements, unsigned long n) : elements(elements), original(n) {
         forEachPart(n, [&](unsigned long first, unsigned long last) {
             std::copy(elements + first, elements + last, original.data() + first);
         });
     }
 
-    T* before() { return original.data(); }
+    T const* before() const { return original.data(); }
 
     /// Moves the element from `position` to `i`.
     void place(unsigned long i, unsigned long position) const { elements[i] = original[position]; }
 
-private:
+  private:
     T* elements;
     Temporary<T> original;
 };
@@ -294,9 +319,10 @@ void sortCarried(Order order, unsigned long n, Carried<K>&& keys, Carried<V>&&..
         });
 }
 
-/// Sorts `keys` stably by `order` and permutes `values` alike. An order has ranks, unsigned numbers of which the first
-/// that differs tells which key comes first; where all are equal, the keys are equal if `ranksDecide`, and a call of
-/// the order compares them if not. A radix order has one rank, from which `value` gives the key back.
+/// Sorts `keys` stably by `order` and permutes `values` alike. An order has ranks, unsigned numbers of which
+/// the first that differs tells which key comes first; where all are equal, the keys are equal if
+/// `ranksDecide`, and a call of the order compares them if not. A radix order has one rank, from which
+/// `value` gives the key back.
 template <class Order, class K, class... V>
 void stableSort(Order order, unsigned long n, K* keys, V*... values) {
     if (n < 2) return;
@@ -308,10 +334,42 @@ void stableSort(Order order, unsigned long n, K* keys, V*... values) {
     }
 }
 
-/// Moves the elements that satisfy the predicate before the others, keeping the order on both sides; returns how many
-/// these are. Often there is nothing to move, so what is in place already is left out.
-template <class Iterator, class Predicate>
-unsigned long stablePartition(Iterator first, unsigned long n, Predicate predicate) {
+template <class Predicate, class T, class... V>
+unsigned long partitionCarried(Predicate predicate, unsigned long n, Carried<T>&& data,
+                               Carried<V>&&... values) {
+    unsigned long const partSize = serialSize, numParts = (n - 1) / partSize + 1;
+    T const* const elements = data.before();
+    auto const forEachPartOf = [&](auto const& f) {
+        tbb::this_task_arena::isolate([&] {
+            tbb::parallel_for(0ul, numParts, [&](unsigned long part) {
+                f(part, part * partSize, std::min(n, (part + 1) * partSize));
+            });
+        });
+    };
+    // How many satisfy in each part, and then in all parts before it.
+    std::vector<unsigned long> satisfying(numParts);
+    forEachPartOf([&](unsigned long part, unsigned long first, unsigned long last) {
+        satisfying[part] =
+            static_cast<unsigned long>(std::count_if(elements + first, elements + last, predicate));
+    });
+    unsigned long const total = std::accumulate(satisfying.begin(), satisfying.end(), 0ul);
+    std::exclusive_scan(satisfying.begin(), satisfying.end(), satisfying.begin(), 0ul);
+    forEachPartOf([&](unsigned long part, unsigned long first, unsigned long last) {
+        unsigned long front = satisfying[part], back = total + first - front;
+        for (unsigned long i = first; i < last; ++i) {
+            unsigned long const to = predicate(elements[i]) ? front++ : back++;
+            data.place(to, i);
+            (values.place(to, i), ...);
+        }
+    });
+    return total;
+}
+
+/// Moves the elements of `data` that satisfy the predicate before the others, keeping the order on both
+/// sides, and permutes `values` alike; returns how many these are. Often there is nothing to move, so what
+/// stands in place already is left out.
+template <class Predicate, class T, class... V>
+unsigned long stablePartition(Predicate predicate, unsigned long n, T* data, V*... values) {
     struct Misplaced {
         unsigned long begin, end;  ///< of the first that does not satisfy, past the last that does
     };
@@ -320,20 +378,23 @@ unsigned long stablePartition(Iterator first, unsigned long n, Predicate predica
         [=](unsigned long partBegin, unsigned long partEnd) {
             Misplaced part{n, 0};
             for (unsigned long i = partBegin; i < partEnd; ++i) {
-                bool const satisfies = predicate(first[i]);
+                bool const satisfies = predicate(data[i]);
                 part = {satisfies ? part.begin : std::min(part.begin, i), satisfies ? i + 1 : part.end};
             }
             return part;
         },
-        [](Misplaced a, Misplaced b) { return Misplaced{std::min(a.begin, b.begin), std::max(a.end, b.end)}; });
+        [](Misplaced a, Misplaced b) {
+            return Misplaced{std::min(a.begin, b.begin), std::max(a.end, b.end)};
+        });
     if (found.end <= found.begin) return found.end;
-    return static_cast<unsigned long>(
-        thrust::stable_partition(thrustPolicy(), first + found.begin, first + found.end, predicate) - first);
+    unsigned long const begin = found.begin, size = found.end - begin;
+    return begin + partitionCarried(predicate, size, Carried<T>(data + begin, size),
+                                    Carried<V>(values + begin, size)...);
 }
 
-/// Sorts each group of elements that share a label, groups in ascending order of label. `sort(n, data, values...)` is
-/// the stable sort of one group. Groups are brought together first, for which there is mostly nothing to do, and then
-/// sorted by themselves, which is less work than to sort all elements at once.
+/// Sorts each group of elements that share a label, groups in ascending order of label. `sort(n, data,
+/// values...)` is the stable sort of one group. Groups are brought together first, for which there is mostly
+/// nothing to do, and then sorted by themselves, which is less work than to sort all elements at once.
 template <class LabelOrder, class Sort, class T, class... V>
 void sortGroups(LabelOrder labelOrder, Sort sort, unsigned long n, int* labels, T* data, V*... values) {
     if (!std::is_sorted(labels, labels + n)) stableSort(labelOrder, n, labels, data, values...);

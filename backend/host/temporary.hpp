@@ -9,14 +9,22 @@
 
 namespace gpuruntime::backend {
 
-/// `n` elements of device memory for the length of a call, with unspecified contents. Throws what Thrust throws where
-/// there is no memory.
+/// `n` elements of device memory for the length of a call, with unspecified contents. Where there is no
+/// memory it throws `thrust::system::detail::bad_alloc`, and then leaves no last error.
 template <class T>
 class Temporary {
-public:
+  public:
     static_assert(std::is_trivially_copyable_v<T>);
 
-    explicit Temporary(unsigned long n) : elements(static_cast<T*>(allocateTemporary(n * sizeof(T)))) {}
+    explicit Temporary(unsigned long n) {
+        void* memory = nullptr;
+        cudaError const status = cudaMalloc(&memory, n * sizeof(T));
+        if (status != cudaSuccess) {
+            cudaGetLastError();
+            throw thrust::system::detail::bad_alloc(cudaGetErrorString(status));
+        }
+        elements = static_cast<T*>(memory);
+    }
     ~Temporary() { cudaFree(elements); }
     Temporary(Temporary const&) = delete;
     Temporary& operator=(Temporary const&) = delete;
@@ -27,7 +35,7 @@ public:
     T& operator[](unsigned long i) { return elements[i]; }
     T const& operator[](unsigned long i) const { return elements[i]; }
 
-private:
+  private:
     T* elements;
 };
 

@@ -1,0 +1,22 @@
+#include <gpuruntime/reductions.hpp>
+
+#include "frame/instantiation.hpp"
+#include "reduction/operators.hpp"
+#include "reduction/reduce.hpp"
+#include "reduction/transforms.hpp"
+
+namespace gpuruntime {
+
+template <class T>
+cudaError Any::Invoker<T>::operator()(CUstream_st* stream, bool* out, T const* in, unsigned long numElements,
+                                      unsigned long reductionLength, unsigned long stride,
+                                      bool /*includeNaN*/) const {
+    return internal::reduce<reductiontransforms::IsNotZeroAndNotNaN<T>, reductionoperators::Or>(
+        stream, out, in, numElements, reductionLength, stride);
+}
+
+void _forceInstantiation_(detail::Opaque& opaque, Any*) {
+    internal::instantiate<Any>(opaque, internal::All{});
+}
+
+}  // namespace gpuruntime

@@ -1,0 +1,292 @@
+#pragma once
+
+#include "block_fold.hpp"
+#include "device.hpp"
+#include "frame/complex.hpp"
+#include "frame/fixed_block.hpp"
+#include "frame/invariant_divisor.hpp"
+
+/// Reductions of an array seen as three nested extents, fastest first: `stride`, `reductionLength`, and the
+/// rest. A segment is reduced by one block, by a row of a block, or by one thread, so the order in which its
+/// elements meet hangs on the extents alone. `Transform` is applied to each element as it is read, `Operator`
+/// combines two values; the index forms carry along the position from which the surviving value came.
+///
+/// Extents and indices are unsigned 32-bit.
+namespace gpuruntime::reductionkernels {
+
+inline constexpr unsigned int blockSize = 256;
+
+/// The longest contiguous segments that share a block.
+inline constexpr unsigned int longestSmallSegment = 128;
+
+namespace detail {
+
+/// How a value is held while it is combined.
+template <class Operator>
+using Held = decltype(Operator::identity());
+
+/// The part of `reductionLength` elements that the array still has from `begin` on.
+GPU_DEVICE unsigned int segmentLength(unsigned int begin, unsigned int reductionLength,
+                                      unsigned int numElements) {
+    unsigned int const left = numElements - begin;
+    return left < reductionLength ? left : reductionLength;
+}
+
+/// Whether the value `b` at position `ib` takes the place of `a` at position `ia`: of values of which neither
+/// is better, the one at the lower position stays.
+template <class Operator, class T>
+GPU_DEVICE bool takesPlace(T a, unsigned int ia, T b, unsigned int ib) {
+    if constexpr (internal::isComplex<T>) {
+        return ia < ib ? Operator::supersedes(a, b) : !Operator::supersedes(b, a);
+    } else {
+        bool const ifLater = Operator::supersedes(a, b), ifEarlier = !Operator::supersedes(b, a);
+        return ((ia < ib) & ifLater) | ((ia >= ib) & ifEarlier);  // no branches, so that loops vectorise
+    }
+}
+
+/// The 1-based position in a group of segments.
+GPU_DEVICE double positionInGroup(unsigned int segment, internal::InvariantDivisor segmentsPerGroup,
+                                  unsigned int reductionLength, unsigned int position) {
+    return segmentsPerGroup.remainder(segment) * reductionLength + position + 1;
+}
+
+/// The block's columns of a strided array: the first of them, and where its elements and its result stand.
+struct Columns {
+    unsigned int count;
+    unsigned int firstElement, firstResult;
+
+    GPU_DEVICE Columns(cuda::Fixed2DBlockIterator const& block, unsigned int reductionLength,
+                       unsigned int stride) {
+        unsigned long const x = static_cast<unsigned long>(block.blockX) * block.threads.sizeX();
+        count = x < stride && block.blockY < block.ny ? stride - static_cast<unsigned int>(x) : 0;
+        firstElement = block.blockY * stride * reductionLength + static_cast<unsigned int>(x);
+        firstResult = block.blockY * stride + static_cast<unsigned int>(x);
+    }
+};
+
+}  // namespace detail
+
+/// A block for each contiguous segment. A thread takes every `N`-th element, one after another, before the
+/// block folds.
+template <unsigned int N, class TIn, class TOut, class Transform, class Operator>
+struct SegmentedReduceKernel {
+    static unsigned long work(TOut*, TIn const*, unsigned long numElements, unsigned long) {
+        return numElements;
+    }
+
+    static GPU_DEVICE void apply(cuda::Fixed1DBlockAnd1DGridIterator const& block, TOut* out, TIn const* in,
+                                 unsigned int numElements, unsigned int reductionLength) {
+        unsigned int const segment = block.blockIndex;
+        unsigned int const begin = segment * reductionLength;
+        if (segment >= block.numBlocks || begin >= numElements) return;
+        unsigned int const length = detail::segmentLength(begin, reductionLength, numElements);
+        TIn const* const elements = in + begin;
+
+        backend::PerThread<detail::Held<Operator>, N> values;
+        block.threads.forEach([&](unsigned int t) { values[t] = Operator::identity(); });
+        block.threads.forEach(length, [&](unsigned int t) { values[t] = Transform::apply(elements[t]); });
+        block.threads.template walk<N>(N, length, [&](unsigned int t, unsigned long i) {
+            values[t] = Operator::combine(values[t], Transform::apply(elements[i]));
+        });
+        backend::foldBlock(
+            block.threads, values, [](auto a, auto b) { return Operator::combine(a, b); },
+            [&](auto result) { out[segment] = result; });
+    }
+};
+
+/// A row of threads for each contiguous segment, one element a thread.
+template <unsigned int N, class TIn, class TOut, class Transform, class Operator>
+struct SegmentedReduceSmallKernel {
+    static unsigned long work(TOut*, TIn const*, unsigned long numElements, unsigned long) {
+        return numElements;
+    }
+
+    static GPU_DEVICE void apply(cuda::Fixed2DBlockIterator const& block, TOut* out, TIn const* in,
+                                 unsigned int numElements, unsigned int reductionLength) {
+        unsigned long const first =
+            (static_cast<unsigned long>(block.blockY) * block.totalBlocksX + block.blockX) *
+            block.threads.sizeY();
+        if (first >= block.ny || first * reductionLength >= numElements) return;
+        unsigned int const begin = static_cast<unsigned int>(first) * reductionLength;
+        TIn const* const elements = in + begin;
+
+        GPU_SHARED detail::Held<Operator> sData[N];
+        backend::SegmentTile const tile(block.threads, reductionLength);
+        tile.load(
+            numElements - begin,
+            [&](unsigned int slot, unsigned int, unsigned long i) {
+                sData[slot] = Transform::apply(elements[i]);
+            },
+            [&](unsigned int slot) { sData[slot] = Operator::identity(); });
+        tile.fold([&](unsigned int into, unsigned int from) {
+            sData[into] = Operator::combine(sData[into], sData[from]);
+        });
+        tile.forEachRow(block.ny - static_cast<unsigned int>(first),
+                        [&](unsigned int row, unsigned int slot) { out[first + row] = sData[slot]; });
+    }
+};
+
+/// A thread for each result, which takes the elements one after another, `stride` apart.
+template <class TIn, class TOut, class Transform, class Operator>
+struct StridedReduceKernel {
+    static unsigned long work(TOut*, TIn const*, unsigned long numElements, unsigned long, unsigned long) {
+        return numElements;
+    }
+
+    static GPU_DEVICE void apply(cuda::Fixed2DBlockIterator const& block, TOut* out, TIn const* in,
+                                 unsigned int /*numElements*/, unsigned int reductionLength,
+                                 unsigned int stride) {
+        detail::Columns const columns(block, reductionLength, stride);
+        if (columns.count == 0) return;
+        dim3 const limit(columns.count);
+        TIn const* elements = in + columns.firstElement;
+
+        backend::PerThread<detail::Held<Operator>, blockSize> values;
+        block.threads.forEach(limit,
+                              [&](backend::Thread t) { values[t.x] = Transform::apply(elements[t.x]); });
+        for (unsigned int k = 1; k < reductionLength; ++k) {
+            elements += stride;
+            block.threads.forEach(limit, [&](backend::Thread t) {
+                values[t.x] = Operator::combine(values[t.x], Transform::apply(elements[t.x]));
+            });
+        }
+        block.threads.forEach(limit,
+                              [&](backend::Thread t) { out[columns.firstResult + t.x] = values[t.x]; });
+    }
+};
+
+/// As `SegmentedReduceKernel`, but the block folds halves. `outIndex` counts from the start of a group of
+/// `segmentsPerGroup` segments.
+template <unsigned int N, class TIn, class TOut, class Transform, class Operator>
+struct SegmentedIndexReduceKernel {
+    static unsigned long work(TOut*, double*, TIn const*, unsigned long numElements, unsigned long,
+                              internal::InvariantDivisor) {
+        return numElements;
+    }
+
+    static GPU_DEVICE void apply(cuda::Fixed1DBlockAnd1DGridIterator const& block, TOut* out,
+                                 double* outIndex, TIn const* in, unsigned int numElements,
+                                 unsigned int reductionLength, internal::InvariantDivisor segmentsPerGroup) {
+        unsigned int const segment = block.blockIndex;
+        unsigned int const begin = segment * reductionLength;
+        if (segment >= block.numBlocks || begin >= numElements) return;
+        unsigned int const length = detail::segmentLength(begin, reductionLength, numElements);
+        TIn const* const elements = in + begin;
+
+        backend::PerThread<detail::Held<Operator>, N> values;
+        backend::PerThread<unsigned int, N> positions;
+        block.threads.forEach([&](unsigned int t) {
+            values[t] = Operator::identity();
+            positions[t] = length;
+        });
+        block.threads.forEach(length, [&](unsigned int t) {
+            values[t] = Transform::apply(elements[t]);
+            positions[t] = t;
+        });
+        block.threads.template walk<N>(N, length, [&](unsigned int t, unsigned long i) {
+            detail::Held<Operator> const value = Transform::apply(elements[i]);
+            bool const taken = Operator::supersedes(values[t], value);
+            values[t] = taken ? value : values[t];
+            positions[t] = taken ? static_cast<unsigned int>(i) : positions[t];
+        });
+
+        GPU_SHARED detail::Held<Operator> sData[N];
+        GPU_SHARED unsigned int sIdx[N];
+        block.threads.phase([&](unsigned int t) {
+            sData[t] = values[t];
+            sIdx[t] = positions[t];
+        });
+        backend::foldHalves<N>(block.threads, [&](unsigned int into, unsigned int from) {
+            bool const taken = detail::takesPlace<Operator>(sData[into], sIdx[into], sData[from], sIdx[from]);
+            sData[into] = taken ? sData[from] : sData[into];
+            sIdx[into] = taken ? sIdx[from] : sIdx[into];
+        });
+        block.threads.forEach(1, [&](unsigned int) {
+            out[segment] = sData[0];
+            outIndex[segment] = detail::positionInGroup(segment, segmentsPerGroup, reductionLength, sIdx[0]);
+        });
+    }
+};
+
+/// As `SegmentedReduceSmallKernel`. `outIndex` counts from the start of the segment.
+template <unsigned int N, class TIn, class TOut, class Transform, class Operator>
+struct SegmentedIndexReduceSmallKernel {
+    static unsigned long work(TOut*, double*, TIn const*, unsigned long numElements, unsigned long) {
+        return numElements;
+    }
+
+    static GPU_DEVICE void apply(cuda::Fixed2DBlockIterator const& block, TOut* out, double* outIndex,
+                                 TIn const* in, unsigned int numElements, unsigned int reductionLength) {
+        unsigned long const first =
+            (static_cast<unsigned long>(block.blockY) * block.totalBlocksX + block.blockX) *
+            block.threads.sizeY();
+        if (first >= block.ny || first * reductionLength >= numElements) return;
+        unsigned int const begin = static_cast<unsigned int>(first) * reductionLength;
+        TIn const* const elements = in + begin;
+
+        GPU_SHARED detail::Held<Operator> sData[N];
+        GPU_SHARED unsigned int sIdx[N];
+        backend::SegmentTile const tile(block.threads, reductionLength);
+        tile.load(
+            numElements - begin,
+            [&](unsigned int slot, unsigned int x, unsigned long i) {
+                sData[slot] = Transform::apply(elements[i]);
+                sIdx[slot] = x;
+            },
+            [&](unsigned int slot) {
+                sData[slot] = Operator::identity();
+                sIdx[slot] = reductionLength;
+            });
+        tile.fold([&](unsigned int into, unsigned int from) {
+            bool const taken = detail::takesPlace<Operator>(sData[into], sIdx[into], sData[from], sIdx[from]);
+            sData[into] = taken ? sData[from] : sData[into];
+            sIdx[into] = taken ? sIdx[from] : sIdx[into];
+        });
+        tile.forEachRow(block.ny - static_cast<unsigned int>(first),
+                        [&](unsigned int row, unsigned int slot) {
+                            out[first + row] = sData[slot];
+                            outIndex[first + row] = sIdx[slot] + 1;
+                        });
+    }
+};
+
+/// As `StridedReduceKernel`. `outIndex` counts from the start of a group of `segmentsPerGroup` slices.
+template <class TIn, class TOut, class Transform, class Operator>
+struct StridedIndexReduceKernel {
+    static unsigned long work(TOut*, double*, TIn const*, unsigned long numElements, unsigned long,
+                              internal::InvariantDivisor, unsigned long) {
+        return numElements;
+    }
+
+    static GPU_DEVICE void apply(cuda::Fixed2DBlockIterator const& block, TOut* out, double* outIndex,
+                                 TIn const* in, unsigned int /*numElements*/, unsigned int reductionLength,
+                                 internal::InvariantDivisor segmentsPerGroup, unsigned int stride) {
+        detail::Columns const columns(block, reductionLength, stride);
+        if (columns.count == 0) return;
+        dim3 const limit(columns.count);
+        TIn const* elements = in + columns.firstElement;
+
+        backend::PerThread<detail::Held<Operator>, blockSize> values;
+        backend::PerThread<unsigned int, blockSize> positions;
+        block.threads.forEach(limit, [&](backend::Thread t) {
+            values[t.x] = Transform::apply(elements[t.x]);
+            positions[t.x] = 0;
+        });
+        for (unsigned int k = 1; k < reductionLength; ++k) {
+            elements += stride;
+            block.threads.forEach(limit, [&](backend::Thread t) {
+                detail::Held<Operator> const value = Transform::apply(elements[t.x]);
+                bool const taken = Operator::supersedes(values[t.x], value);
+                values[t.x] = taken ? value : values[t.x];
+                positions[t.x] = taken ? k : positions[t.x];
+            });
+        }
+        block.threads.forEach(limit, [&](backend::Thread t) {
+            out[columns.firstResult + t.x] = values[t.x];
+            outIndex[columns.firstResult + t.x] =
+                detail::positionInGroup(block.blockY, segmentsPerGroup, reductionLength, positions[t.x]);
+        });
+    }
+};
+
+}  // namespace gpuruntime::reductionkernels

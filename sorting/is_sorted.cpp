@@ -1,0 +1,87 @@
+#include <gpuruntime/sorting.hpp>
+
+#include "atomics.hpp"
+#include "frame/complex_order.hpp"
+#include "frame/elementwise.hpp"
+#include "frame/instantiation.hpp"
+#include "math.hpp"
+
+namespace gpuruntime {
+namespace {
+
+/// Non-zero while no violation has been seen.
+GPU_DEVICE_VARIABLE(unsigned int, D_ISSORTED_FLAG);
+
+/// Whether `v` may not follow `u`; NaN is the largest value, and may follow another.
+template <class T, class = void>
+struct FlagIfGreater {
+    static GPU_DEVICE bool fires(T const& u, T const& v) {
+        if constexpr (internal::isComplex<T>) {
+            auto const mu = internal::magnitude(u), mv = internal::magnitude(v);
+            if (mu < mv || backend::isNaN(mv)) return false;
+            if (mu > mv || backend::isNaN(mu)) return true;
+            return internal::compareEqualMagnitudes(u, v, backend::isInf(mv)) > 0;
+        } else if constexpr (std::is_floating_point_v<T>) {
+            return !backend::isNaN(v) && !(u <= v);
+        } else {
+            return u > v;
+        }
+    }
+};
+
+/// As `FlagIfGreater`, but equal values, and two NaNs, may not follow each other.
+template <class T, class = void>
+struct FlagIfGreaterOrEqual {
+    static GPU_DEVICE bool fires(T const& u, T const& v) { return backend::isNaN(u) || u >= v; }
+};
+
+template <class T, class Flagger>
+struct IsSortedKernel {
+    static GPU_DEVICE void apply(elementwisedetail::Position at, T const* data) {
+        // The flag is read so that threads leave early after a violation; no order of reads and writes is
+        // needed.
+        if (at.i >= at.n - 1 || backend::relaxedLoad(D_ISSORTED_FLAG) == 0) return;
+        if (Flagger::fires(data[at.i], data[at.i + 1])) backend::atomicAnd(D_ISSORTED_FLAG, 0);
+    }
+};
+
+/// A failed call reads as a sorted vector.
+template <class Kernel, class T>
+bool noneFlagged(CUstream_st* stream, T const* data, unsigned long n) {
+    static unsigned int const sorted = 1;
+    if (cudaMemcpyToSymbolAsync(D_ISSORTED_FLAG, &sorted, sizeof sorted, 0, cudaMemcpyHostToDevice, stream) !=
+        cudaSuccess) {
+        return true;
+    }
+    elementwisedetail::launch<Kernel>(stream, n, data);
+    unsigned int flag;
+    if (cudaMemcpyFromSymbolAsync(&flag, D_ISSORTED_FLAG, sizeof flag, 0, cudaMemcpyDeviceToHost, stream) !=
+            cudaSuccess ||
+        cudaStreamSynchronize(stream) != cudaSuccess) {
+        return true;
+    }
+    return flag != 0;
+}
+
+}  // namespace
+
+template <class T>
+bool IsSortedVector::Invoker<T>::operator()(CUstream_st* stream, T const* data, unsigned long n) const {
+    return noneFlagged<IsSortedKernel<T, FlagIfGreater<T>>>(stream, data, n);
+}
+
+template <class T>
+bool IsStronglySortedVector::Invoker<T>::operator()(CUstream_st* stream, T const* data,
+                                                    unsigned long n) const {
+    return noneFlagged<IsSortedKernel<T, FlagIfGreaterOrEqual<T>>>(stream, data, n);
+}
+
+void _forceInstantiation_(detail::Opaque& opaque, IsSortedVector*) {
+    internal::instantiate<IsSortedVector>(opaque, internal::Ordered{});
+}
+
+void _forceInstantiation_(detail::Opaque& opaque, IsStronglySortedVector*) {
+    internal::instantiate<IsStronglySortedVector>(opaque, internal::FloatingReal{});
+}
+
+}  // namespace gpuruntime

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "frame/type_lists.hpp"
+#include "tests/reduction/reference.hpp"
+#include "tests/support/values.hpp"
+
+namespace gpuruntime::testing {
+
+using reference::Shape;
+
+template <class List>
+struct TestTypesOf;
+template <class... T>
+struct TestTypesOf<internal::TypeList<T...>> {
+    using type = ::testing::Types<T...>;
+};
+
+/// A type list of the library as one of typed tests.
+template <class List>
+using TestTypes = typename TestTypesOf<List>::type;
+
+/// Contiguous segments around the lengths at which kernels, rows and tiles change, the last whole or short,
+/// and strided arrays around the width of a block.
+inline std::vector<Shape> reductionShapes() {
+    std::vector<Shape> shapes;
+    for (unsigned long length :
+         {1, 2, 3, 4, 5, 8, 17, 31, 32, 33, 64, 65, 127, 128, 129, 255, 256, 257, 513, 1000}) {
+        shapes.push_back({length, length, 1});
+        shapes.push_back({3 * length, length, 1});
+        if (length > 1) shapes.push_back({7 * length + 1, length, 1});
+        unsigned long const many = length > 128 ? 20 : 300;
+        shapes.push_back({many * length + length / 2, length, 1});
+    }
+    for (unsigned long stride : {2, 3, 127, 128, 129, 255, 256, 257, 600}) {
+        for (unsigned long length : {1, 2, 17}) {
+            for (unsigned long outer : {1, 5}) shapes.push_back({stride * length * outer, length, stride});
+        }
+    }
+    return shapes;
+}
+
+/// Inputs of `n` elements: random ones, random ones among special ones, and small ones.
+template <class T>
+std::vector<Elements<T>> reductionInputs(unsigned long n) {
+    using P = internal::Part<T>;
+    std::vector<Elements<T>> inputs{mixedValues<T>(n, 37, n), mixedValues<T>(n, 1, n)};
+    Elements<T> small;
+    for (unsigned long i = 0; i < n; ++i) {
+        P const value = static_cast<P>(i * 2654435761u % 7 % 4);
+        if constexpr (internal::isComplex<T>) {
+            small.push_back({value, static_cast<P>(i % 3)});
+        } else {
+            small.push_back(value);
+        }
+    }
+    inputs.push_back(small);
+    return inputs;
+}
+
+}  // namespace gpuruntime::testing

@@ -1,0 +1,187 @@
+#include <gtest/gtest.h>
+#include <gpuruntime/sorting.hpp>
+
+#include "tests/sorting/reference.hpp"
+#include "tests/support/device_limits.hpp"
+
+namespace gpuruntime::testing {
+namespace {
+
+template <class T>
+bool isSorted(Elements<T> const& values, CUstream_st* stream = nullptr) {
+    DeviceArray<T> data(values);
+    bool const verdict = IsSortedVector::Invoker<T>()(stream, data.data(), values.size());
+    expectSameBits(values, data.values());
+    return verdict;
+}
+
+template <class T>
+bool isStronglySorted(Elements<T> const& values) {
+    DeviceArray<T> data(values);
+    return IsStronglySortedVector::Invoker<T>()(nullptr, data.data(), values.size());
+}
+
+/// Whether `v` may follow `u`; NaN is the largest value, and a complex value with a NaN magnitude is NaN.
+template <class T>
+bool mayFollow(T const& u, T const& v) {
+    if constexpr (internal::isComplex<T>) {
+        auto const mu = std::hypot(u.x, u.y), mv = std::hypot(v.x, v.y);
+        if (mu < mv || mv != mv) return true;
+        if (mv < mu || mu != mu) return false;
+        return compareByMagnitude(u, v) <= 0;
+    } else {
+        return u < v || v != v || u == v;
+    }
+}
+
+template <class T>
+class IsSorted : public ::testing::Test {};
+using OrderedTypes = ::testing::Types<bool, signed char, unsigned char, short, unsigned short, int,
+                                      unsigned int, long, unsigned long, float, double, float2, double2>;
+TYPED_TEST_SUITE(IsSorted, OrderedTypes);
+
+/// Values that ascend, with NaNs last.
+template <class T>
+Elements<T> ascendingValues(unsigned long n) {
+    Elements<T> values = mixedValues<T>(n);
+    std::stable_sort(values.begin(), values.end(), [](T const& u, T const& v) {
+        auto const rank = [](T const& value) { return isNaN(value); };
+        return rank(u) != rank(v) ? rank(v) : !rank(u) && !mayFollow<T>(v, u);
+    });
+    return values;
+}
+
+TYPED_TEST(IsSorted, OnePairOutOfOrderIsFoundWhereverItIs) {
+    GridLimits const folded(2);
+    for (unsigned long n : {2ul, 3ul, 32ul, 33ul, 255ul, 256ul, 257ul, 513ul, 2000ul}) {
+        Elements<TypeParam> values(n, TypeParam{});
+        if constexpr (internal::isComplex<TypeParam>) {
+            for (auto& value : values) value.x = 1;
+        }
+        EXPECT_TRUE(isSorted<TypeParam>(values)) << n;
+        for (unsigned long position : {0ul, (n - 1) / 2, n - 2}) {
+            auto broken = values;
+            if constexpr (internal::isComplex<TypeParam>) {
+                broken[position].x = 2;
+            } else {
+                broken[position] = 1;
+            }
+            EXPECT_FALSE(isSorted<TypeParam>(broken)) << n << " at " << position;
+        }
+    }
+}
+
+TYPED_TEST(IsSorted, EveryPairOfSpecialValues) {
+    auto const special = specialValues<TypeParam>();
+    auto const last = special.size() > 60 ? 60 : special.size();
+    for (unsigned long i = 0; i < last; ++i) {
+        for (unsigned long j = 0; j < last; ++j) {
+            Elements<TypeParam> const pair{special[i], special[j]};
+            EXPECT_EQ(mayFollow<TypeParam>(pair[0], pair[1]), isSorted<TypeParam>(pair))
+                << ::testing::PrintToString(special[i]) << ", " << ::testing::PrintToString(special[j]);
+        }
+    }
+}
+
+TYPED_TEST(IsSorted, SortedSpecialAndRandomValues) {
+    for (unsigned long n : boundarySizes()) {
+        auto const values = ascendingValues<TypeParam>(n);
+        bool expected = true;
+        for (unsigned long i = 1; i < n; ++i) expected &= mayFollow<TypeParam>(values[i - 1], values[i]);
+        EXPECT_EQ(expected, isSorted<TypeParam>(values)) << n;
+        EXPECT_FALSE(n > 20 && isSorted<TypeParam>(mixedValues<TypeParam>(n))) << n;
+    }
+}
+
+TYPED_TEST(IsSorted, NothingAndOneElementAreSorted) {
+    EXPECT_TRUE(isSorted<TypeParam>({}));
+    EXPECT_TRUE(isSorted<TypeParam>({TypeParam{}}));
+    // A violation in the first call leaves nothing behind for the second.
+    EXPECT_FALSE(isSorted<TypeParam>(mixedValues<TypeParam>(1000)));
+    EXPECT_TRUE(isSorted<TypeParam>({}));
+}
+
+template <class T>
+class IsStronglySorted : public ::testing::Test {};
+using FloatingRealTypes = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(IsStronglySorted, FloatingRealTypes);
+
+TYPED_TEST(IsStronglySorted, EveryPairOfSpecialValues) {
+    auto const special = specialValues<TypeParam>();
+    for (TypeParam u : special) {
+        for (TypeParam v : special) {
+            bool const expected = u < v || (u == u && v != v);
+            EXPECT_EQ(expected, isStronglySorted<TypeParam>({u, v})) << u << ", " << v;
+        }
+    }
+}
+
+TYPED_TEST(IsStronglySorted, OnePairOutOfOrderIsFoundWhereverItIs) {
+    GridLimits const folded(2);
+    for (unsigned long n : {2ul, 256ul, 257ul, 2000ul}) {
+        Elements<TypeParam> values(n);
+        std::iota(values.begin(), values.end(), TypeParam(-3));
+        EXPECT_TRUE(isStronglySorted<TypeParam>(values)) << n;
+        for (unsigned long position : {0ul, (n - 1) / 2, n - 2}) {
+            auto broken = values;
+            broken[position] = broken[position + 1];
+            EXPECT_FALSE(isStronglySorted<TypeParam>(broken)) << n << " at " << position;
+        }
+    }
+}
+
+TEST(IsSortedVector, NaNMayFollowAnythingAndPrecedeOnlyNaN) {
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    struct Case {
+        std::vector<double> values;
+        bool sorted, stronglySorted;
+    };
+    for (Case const& c :
+         {Case{{}, true, true}, Case{{1}, true, true}, Case{{1, 1}, true, false}, Case{{1, nan}, true, true},
+          Case{{nan, nan}, true, false}, Case{{nan, 1}, false, false}}) {
+        EXPECT_EQ(c.sorted, isSorted<double>(c.values)) << ::testing::PrintToString(c.values);
+        EXPECT_EQ(c.stronglySorted, isStronglySorted<double>(c.values)) << ::testing::PrintToString(c.values);
+    }
+}
+
+TEST(IsSortedVector, DocumentedExamples) {
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_TRUE(isSorted<double>({1, 2, 2, 3, nan, nan}));
+    EXPECT_FALSE(isStronglySorted<double>({1, 2, 2, 3, 4, nan}));
+    EXPECT_TRUE(isStronglySorted<double>({1, 2, 3, 4, 5, nan}));
+}
+
+TEST(IsSortedVector, ComplexValuesGoByMagnitudeAndThenPhase) {
+    EXPECT_TRUE(isSorted<double2>({{1, 0}, {-1, 0}}));
+    EXPECT_FALSE(isSorted<double2>({{-1, 0}, {1, 0}}));
+    EXPECT_TRUE(isSorted<double2>({{1.3e308, 1.3e308}, {1.7e308, 1.7e308}}));
+    EXPECT_FALSE(isSorted<double2>({{1.7e308, 1.7e308}, {1.3e308, 1.3e308}}));
+    EXPECT_TRUE(isSorted<float2>({{2e38f, 2e38f}, {3e38f, 3e38f}}));
+    EXPECT_FALSE(isSorted<float2>({{3e38f, 3e38f}, {2e38f, 2e38f}}));
+}
+
+TEST(IsSortedVector, BytesCompareInTheirOwnType) {
+    EXPECT_TRUE(isSorted<signed char>({-1, 1}));
+    EXPECT_FALSE(isSorted<unsigned char>({255, 1}));
+}
+
+TEST(IsSortedVector, AgreesWithTheSort) {
+    for (Pattern pattern : {Pattern::random, Pattern::special, Pattern::few}) {
+        auto values = makeValues<double2>(pattern, 3000, false);
+        EXPECT_FALSE(isSorted<double2>(values));
+        DeviceArray<double2> data(values);
+        SortVector::Invoker<double2>()(data.data(), nullptr, values.size(), true, false);
+        EXPECT_TRUE(isSorted<double2>(data.values()));
+    }
+}
+
+TEST(IsSortedVector, RunsOnACallersStream) {
+    cudaStream_t stream;
+    ASSERT_EQ(cudaSuccess, cudaStreamCreateWithFlags(&stream, cudaStreamNonBlocking));
+    EXPECT_TRUE(isSorted<int>({1, 2, 2, 3}, stream));
+    EXPECT_FALSE(isSorted<int>({1, 3, 2, 3}, stream));
+    EXPECT_EQ(cudaSuccess, cudaStreamDestroy(stream));
+}
+
+}  // namespace
+}  // namespace gpuruntime::testing
