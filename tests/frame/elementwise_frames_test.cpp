@@ -214,5 +214,16 @@ TEST(Frame3D, SteppingAllDimensionsVisitsADiagonalOfTiles) {
     testing::expectSameBits(expected, run3D(300, 3, 5));
 }
 
+TEST(Frame3D, AMultiStepKernelWithoutStepsVisitsOnce) {
+    constexpr auto kernel = &elementwise3ddetail::multiStepKernel<Visit3D, unsigned int*, unsigned int>;
+    for (unsigned int steps : {0u, 1u}) {
+        DeviceArray<unsigned int> out(std::vector<unsigned int>(30, 0));
+        internal::LaunchShape const shape{5, 3, 2, 1, 1, 1};
+        EXPECT_EQ(cudaSuccess,
+                  internal::launchKernel<kernel>(shape, nullptr, 30, 5, 3, 2, 5, 3, 2, steps, out.data(), 5));
+        testing::expectSameBits(once3D(5, 3, 2), out.values());
+    }
+}
+
 }  // namespace
 }  // namespace gpuruntime

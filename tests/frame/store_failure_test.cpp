@@ -14,15 +14,16 @@ thread_local bool outOfMemory = false;
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: the compiler would see memory of malloc meet delete.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     void* const memory = outOfMemory ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (memory == nullptr) throw std::bad_alloc();
     return memory;
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace gpuruntime::internal {
 namespace {
