@@ -23,8 +23,7 @@ GPU_CONSTANT_VARIABLE(DimensionTable, permuteOrder);
 constexpr unsigned int tileEdge = 16;
 constexpr unsigned int maxSteps = 128;  ///< tiles of a block
 
-// --- Kernels: a block copies `steps` runs or tiles along the output dimension `chosenDim`.
-// --------------------
+// --- Kernels: a block copies `steps` runs or tiles along the output dimension `chosenDim`. ---
 
 /// Elements from one position to the next along output dimension `d`.
 GPU_DEVICE unsigned int outputStride(unsigned int d) {
@@ -161,8 +160,7 @@ struct PermuteKernelVaryDim1 {
     }
 };
 
-// --- Dispatch
-// --------------------------------------------------------------------------------------------------
+// --- Dispatch ---
 
 using Extents = std::vector<unsigned long>;
 

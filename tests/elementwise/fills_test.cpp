@@ -16,8 +16,7 @@ namespace {
 using testing::DeviceArray;
 using testing::Elements;
 
-// --- Eye
-// --------------------------------------------------------------------------------------------------------
+// --- Eye ---
 
 template <class T>
 class EyeOf : public ::testing::Test {
@@ -80,8 +79,7 @@ TEST(Eye, FormsOffsetsIn64Bits) {
     EXPECT_EQ((std::vector<unsigned char>{1, 1, 7}), out.values());
 }
 
-// --- GenericOnes
-// ------------------------------------------------------------------------------------------------
+// --- GenericOnes ---
 
 template <class T>
 class GenericOnesOf : public ::testing::Test {};
@@ -107,8 +105,7 @@ TYPED_TEST(GenericOnesOf, OfNoElementsWritesNothing) {
     EXPECT_TRUE(out.untouched());
 }
 
-// --- FillArrayWithRunningIndex
-// ----------------------------------------------------------------------------------
+// --- FillArrayWithRunningIndex ---
 
 template <class T>
 class RunningIndexOf : public ::testing::Test {
@@ -178,8 +175,7 @@ TYPED_TEST(RunningIndexOf, LargeDividendsDivideExactly) {
     }
 }
 
-// --- FillMovVector
-// ----------------------------------------------------------------------------------------------
+// --- FillMovVector ---
 
 template <class T>
 class FillMovVectorOf : public ::testing::Test {

@@ -24,8 +24,7 @@ using RealNumericTypes = ::testing::Types<signed char, unsigned char, short, uns
                                           unsigned int, long, unsigned long, float, double>;
 using FloatingTypes = ::testing::Types<float, double, float2, double2>;
 
-// --- References
-// -------------------------------------------------------------------------------------------------
+// --- References ---
 
 // Clamped in a type that holds every 64-bit integer, then cut to the width of T.
 template <class T>
@@ -90,8 +89,7 @@ T spacedElement(unsigned int i, unsigned int n, T first, T last) {
     }
 }
 
-// --- Calls
-// ------------------------------------------------------------------------------------------------------
+// --- Calls ---
 
 template <class T>
 Elements<T> colon(unsigned long n, double first, double step, double last) {
@@ -127,8 +125,7 @@ Elements<T> logspace(unsigned long n, T first, T last) {
 
 using Doubles = std::vector<double>;
 
-// --- Colon
-// ------------------------------------------------------------------------------------------------------
+// --- Colon ---
 
 TEST(Colon, OfOneElementIsTheMeanOfTheEnds) {
     testing::expectSameBits(Doubles{2.5}, colon<double>(1, 1, 1, 4));
@@ -231,8 +228,7 @@ TYPED_TEST(ColonOf, FoldsALongGrid) {
                             colon<TypeParam>(2000, 1, 0.5, 1000));
 }
 
-// --- IntColon
-// ---------------------------------------------------------------------------------------------------
+// --- IntColon ---
 
 TEST(IntColon, ExampleOfTheHeader) {
     EXPECT_EQ((std::vector<unsigned char>{250, 4}), (intColon<unsigned char>(2, 250, 10)));
@@ -267,8 +263,7 @@ TYPED_TEST(IntColonOf, OfNoElementsWritesNothing) {
     EXPECT_TRUE(out.untouched());
 }
 
-// --- Linspace
-// ---------------------------------------------------------------------------------------------------
+// --- Linspace ---
 
 TEST(Linspace, OfOneElementIsTheLast) { testing::expectSameBits(Doubles{7}, linspace<double>(1, 3, 7)); }
 
@@ -350,8 +345,7 @@ TYPED_TEST(LinspaceOf, AgreesWithTheReferenceOnSpecialEnds) {
     }
 }
 
-// --- Logspace
-// ---------------------------------------------------------------------------------------------------
+// --- Logspace ---
 
 TEST(Logspace, GivesExactPowersOfTen) {
     testing::expectSameBits(Doubles{1, 10, 100}, logspace<double>(3, 0, 2));

@@ -15,8 +15,7 @@ namespace {
 using testing::DeviceArray;
 using testing::GridLimits;
 
-// --- Flat
-// -----------------------------------------------------------------------------------------------------
+// --- Flat ---
 
 // Every visit adds, so an element that is visited twice or by the wrong thread shows.
 struct AddIndexAndCount {
@@ -76,8 +75,7 @@ TEST(FlatFrame, LargeLaunchesAreSharedOutWithoutLoss) {
     testing::expectSameBits(flatExpected(n, n + 10), flatRun(n, n + 10));
 }
 
-// --- Walks of the multi-step kernels
-// ---------------------------------------------------------------------------
+// --- Walks of the multi-step kernels ---
 
 // The first thread positions that a block of the multi-step kernel takes in one dimension, one per step.
 std::vector<unsigned long> positions(unsigned long block, unsigned long blockExtent, unsigned long stride,
@@ -89,8 +87,7 @@ std::vector<unsigned long> positions(unsigned long block, unsigned long blockExt
     return result;
 }
 
-// --- Two dimensions
-// -------------------------------------------------------------------------------------------
+// --- Two dimensions ---
 
 struct Visit2D {
     static GPU_DEVICE void apply(elementwise2ddetail::Position at, unsigned int* visits) {
@@ -152,8 +149,20 @@ TEST(Frame2D, SteppingBothDimensionsVisitsADiagonalOfTiles) {
     testing::expectSameBits(expected, run2D(nx, ny));
 }
 
-// --- Three dimensions
-// -----------------------------------------------------------------------------------------
+// No launcher starts the multi-step kernel with fewer than two steps; the kernel visits its first position
+// all the same.
+TEST(Frame2D, AMultiStepKernelWithoutStepsVisitsOnce) {
+    constexpr auto kernel = &elementwise2ddetail::multiStepKernel<Visit2D, unsigned int*>;
+    for (unsigned int steps : {0u, 1u}) {
+        DeviceArray<unsigned int> out(std::vector<unsigned int>(15, 0));
+        internal::LaunchShape const shape{5, 3, 1, 1, 1, 1};
+        EXPECT_EQ(cudaSuccess,
+                  internal::launchKernel<kernel>(shape, nullptr, 15, 5, 3, 5, 3, steps, out.data()));
+        testing::expectSameBits(once2D(5, 3), out.values());
+    }
+}
+
+// --- Three dimensions ---
 
 struct Visit3D {
     static GPU_DEVICE void apply(elementwise3ddetail::Position at, unsigned int* visits,

@@ -15,8 +15,7 @@ using testing::DeviceArray;
 using testing::GridLimits;
 using Words = std::vector<unsigned int>;
 
-// --- One dimension
-// ---------------------------------------------------------------------------------------------
+// --- One dimension ---
 
 // Reverses runs of 64 elements through a shared tile: a thread writes what another one read.
 struct ReverseRuns {
@@ -80,8 +79,7 @@ TEST(Fixed1DBlock, HandsSpareBlocksOfAFoldToTheFunctor) {
     testing::expectSameBits(Words{225, 225, 225, 225, 225, 225, 225, 225, 225, 0}, marks.values());
 }
 
-// --- One dimension, blocks and block size given
-// -----------------------------------------------------------------
+// --- One dimension, blocks and block size given ---
 
 // A strided walk keeps each thread's order: a per-thread value folds its elements with a non-commutative
 // step.
@@ -133,8 +131,7 @@ TEST(Fixed1DBlockAnd1DGrid, AnEmptyGridIsTheRuntimesError) {
     testing::expectSameBits(Words(32, 0), out.values());
 }
 
-// --- A number of blocks
-// -----------------------------------------------------------------------------------------
+// --- A number of blocks ---
 
 struct CountThreads {
     static GPU_DEVICE void apply(cuda::FixedNumBlocksIterator const& block, unsigned int* sizes) {
@@ -156,8 +153,7 @@ TEST(FixedNumBlocks, FoldsALongGrid) {
     testing::expectSameBits(Words{256, 256, 256, 256, 256, 0}, sizes.values());
 }
 
-// --- Two dimensions
-// ---------------------------------------------------------------------------------------------
+// --- Two dimensions ---
 
 // Transposes tiles of 4 by 8 in place of each other within the tile, so that every step reuses the shared
 // tile that other threads read in the step before.
@@ -271,8 +267,19 @@ TEST(Fixed2DBlock, RoundedUpStepsReachPositionsPastTheArray) {
     testing::expectSameBits(Words{8, 1, 20, 8}, totals.values());
 }
 
-// --- Pages
-// ------------------------------------------------------------------------------------------------------
+TEST(Fixed2DBlock, AMultiStepKernelWithoutStepsAppliesOnce) {
+    constexpr auto kernel = &fixed2dblockdetail::multiStepKernel<RecordVisits, unsigned int*, unsigned int*>;
+    for (unsigned int steps : {0u, 1u}) {
+        DeviceArray<unsigned int> visits(Words(256, 0)), totals(4);
+        internal::LaunchShape const shape{4, 8, 1, 1, 1, 1};
+        EXPECT_EQ(cudaSuccess, internal::launchKernel<kernel>(shape, nullptr, 32, 4, 8, 1, 1, 1, 1, steps,
+                                                              visits.data(), totals.data()));
+        EXPECT_EQ(1u, visits.values()[0]);
+        EXPECT_EQ(0u, visits.values()[17]);
+    }
+}
+
+// --- Pages ---
 
 // Mirrors tiles of 4 by 4 on each page through a shared tile.
 struct MirrorPages {

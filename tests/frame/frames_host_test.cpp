@@ -242,8 +242,7 @@ TEST_F(FramesOnTheHostDevice, FailedAttributesAreIgnoredWhereTheShapeDoesNotRead
     EXPECT_EQ(cudaSuccess, elementwise2ddetail::launch<Plane>(stream, 10, 10, out.data()));
 }
 
-// --- The error word
-// ---------------------------------------------------------------------------------------------
+// --- The error word ---
 
 GPU_DEVICE_VARIABLE(unsigned int, __KVX_PTX_ERROR_CODE);
 

@@ -125,8 +125,7 @@ using CounterBasedGenerators =
     ::testing::Types<testing::Of<Philox4x32Generator>, testing::Of<ThreeFry4x64Generator>>;
 TYPED_TEST_SUITE(CounterBased, CounterBasedGenerators, );
 
-// --- Every instance against the reference
-// ----------------------------------------------------------------------
+// --- Every instance against the reference ---
 
 std::vector<unsigned long> sizes() {
     std::vector<unsigned long> result = testing::boundarySizes();
@@ -224,8 +223,7 @@ TYPED_TEST(CounterBased, GivesTheStreamAsNormalValuesOfBoxAndMuller) {
     });
 }
 
-// --- Positions
-// ---------------------------------------------------------------------------------------------------
+// --- Positions ---
 
 TYPED_TEST(EveryGenerator, ShorterArraysAreBeginningsOfLongerOnes) {
     using G = typename TypeParam::Generator;
@@ -303,8 +301,7 @@ TYPED_TEST(EveryGenerator, QueuesOnTheCallersStream) {
     EXPECT_EQ(cudaSuccess, cudaStreamDestroy(stream));
 }
 
-// --- Known values
-// ------------------------------------------------------------------------------------------------
+// --- Known values ---
 
 State const zeroPhilox(7, 0);
 
@@ -410,8 +407,7 @@ TEST(PhiloxRand, CanGiveAFloatOfOneAndNeverADouble) {
     EXPECT_LT((rand<Philox4x32Generator, double>(state, 1)[0]), 1.0);
 }
 
-// --- Moments
-// -------------------------------------------------------------------------------------------------------
+// --- Moments ---
 
 void expectMoments(std::vector<double> const& values, double mean, double variance, double fourth) {
     auto const n = static_cast<double>(values.size());

@@ -113,8 +113,7 @@ Longs stepsFrom(State const& state, unsigned int start, unsigned int stride) {
     return out.values();
 }
 
-// --- Known answers
-// -------------------------------------------------------------------------------------------
+// --- Known answers ---
 
 // The vectors for 10 rounds in the file kat_vectors of the Random123 distribution (D. E. Shaw Research).
 TEST(Philox4x32, GivesThePublishedBlocks) {
@@ -152,8 +151,7 @@ TEST(Mrg32k3a, GivesThePublishedSequence) {
         EXPECT_NEAR(published[i], static_cast<double>(z[i]) / 4294967088.0, 5e-7) << i;
 }
 
-// --- Counters
-// --------------------------------------------------------------------------------------------------
+// --- Counters ---
 
 // 128- and 256-bit counters at which the carry goes one word further each time, and wraps at the end.
 TEST(Philox4x32, CarriesThroughAllCounterWords) {
@@ -194,8 +192,7 @@ TEST(ThreeFry4x64, CarriesThroughAllCounterWords) {
     }
 }
 
-// --- Skipping ahead
-// ----------------------------------------------------------------------------------------------
+// --- Skipping ahead ---
 
 struct Square {
     testing::Wide at[3][3];
@@ -333,8 +330,7 @@ TEST(Mrg32k3aTables, HaveTheirSizes) {
     EXPECT_EQ(68u, sizeOf(RNGInitialState));
 }
 
-// --- Conversions
-// -------------------------------------------------------------------------------------------------
+// --- Conversions ---
 
 template <class T, class Conversion>
 std::vector<T> convertedPairs(Doubles u1, Doubles u2) {
