@@ -47,7 +47,7 @@ class CompareRows {
     /// `overflow` holds the entries of the column list that constant memory does not.
     CompareRows(T const* data, double const* overflow) : data(data), overflow(overflow) {}
 
-    GPU_DEVICE bool operator()(unsigned int a, unsigned int b) const {
+    GPU_DEVICE_CALL bool operator()(unsigned int a, unsigned int b) const {
         if (a == b) return false;
         for (unsigned int k = 0; k < SortRowsNumColsToSort; ++k) {
             Column const column = columnAt(k);

@@ -3,6 +3,7 @@
 #include "sort.hpp"
 
 #include <hwy/contrib/sort/vqsort.h>
+#include <tbb/task_arena.h>
 
 namespace gpuruntime::backend {
 
@@ -40,14 +41,12 @@ void SortedHalves::mergeChunks() {
     merged.emplace(n);
     unsigned long *from = words.data(), *to = merged->data();
     while (numChunks > 2) {
-        tbb::this_task_arena::isolate([&] {
-            tbb::parallel_for(0ul, numChunks / 2, [&](unsigned long pair) {
-                unsigned long const begin = beginOf(2 * pair), middle = beginOf(2 * pair + 1),
-                                    end = beginOf(2 * pair + 2);
-                Merge const both{from + begin, from + middle, from + middle, from + end, begin};
-                forEachPart(end - begin, [&](unsigned long first, unsigned long last) {
-                    merge(both, first, last, [to](unsigned long i, unsigned long word) { to[i] = word; });
-                });
+        eachInParallel(numChunks / 2, [&](unsigned long pair) {
+            unsigned long const begin = beginOf(2 * pair), middle = beginOf(2 * pair + 1),
+                                end = beginOf(2 * pair + 2);
+            Merge const both{from + begin, from + middle, from + middle, from + end, begin};
+            forEachPart(end - begin, [&](unsigned long first, unsigned long last) {
+                merge(both, first, last, [to](unsigned long i, unsigned long word) { to[i] = word; });
             });
         });
         numChunks /= 2;

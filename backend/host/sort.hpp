@@ -1,16 +1,11 @@
 #pragma once
 
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
-#include <tbb/parallel_invoke.h>
-#include <tbb/parallel_reduce.h>
-#include <tbb/task_arena.h>
-
 #include <algorithm>
 #include <numeric>
 #include <optional>
 #include <vector>
 
+#include "parallel.hpp"
 #include "temporary.hpp"
 
 /// Stable partition and sorts. Each call has finished when it returns; what Thrust throws passes through.
@@ -23,32 +18,34 @@ namespace gpuruntime::backend {
 /// Below this many elements a loop stays on the calling thread: it takes about as long as waking the workers.
 inline constexpr unsigned long serialSize = 32768;
 
-/// Calls `f(first, last)` for parts of [0, n), on several threads if that pays. Isolated, so that a thread
-/// that waits takes up no work of the caller's own.
+constexpr unsigned long numPartsOf(unsigned long n) { return n / serialSize + (n % serialSize != 0); }
+
+/// Calls `f(first, last)` for parts of [0, n), on several threads if that pays.
 template <class F>
 void forEachPart(unsigned long n, F const& f) {
     if (n < serialSize) {
         f(0ul, n);
-        return;
+    } else {
+        inParallel(n, serialSize / 4, f);
     }
-    tbb::this_task_arena::isolate([&] {
-        tbb::parallel_for(tbb::blocked_range<unsigned long>(0, n, serialSize / 4),
-                          [&](auto const& part) { f(part.begin(), part.end()); });
+}
+
+/// Calls `f(part, first, last)` for parts of `serialSize` elements.
+template <class F>
+void forEachNumberedPart(unsigned long n, F const& f) {
+    eachInParallel(numPartsOf(n), [&](unsigned long part) {
+        f(part, part * serialSize, std::min(n, (part + 1) * serialSize));
     });
 }
 
-/// `f` over parts of [0, n), combined by `combine`; on several threads if that pays.
+/// The results of `f(first, last)` over parts of [0, n), combined.
 template <class Result, class F, class Combine>
 Result reduceParts(unsigned long n, Result const& none, F const& f, Combine const& combine) {
-    if (n < serialSize) return f(0ul, n);
-    return tbb::this_task_arena::isolate([&] {
-        return tbb::parallel_reduce(
-            tbb::blocked_range<unsigned long>(0, n, serialSize / 4), none,
-            [&](auto const& part, Result const& before) {
-                return combine(before, f(part.begin(), part.end()));
-            },
-            combine);
+    std::vector<Result> results(numPartsOf(n), none);
+    forEachNumberedPart(n, [&](unsigned long part, unsigned long first, unsigned long last) {
+        results[part] = f(first, last);
     });
+    return std::accumulate(results.begin(), results.end(), none, combine);
 }
 
 /// Sorts words on the calling thread.
@@ -134,9 +131,7 @@ class SortedHalves {
             f(0ul, n);
             return;
         }
-        tbb::this_task_arena::isolate([&] {
-            tbb::parallel_for(0ul, numChunks, [&](unsigned long c) { f(beginOf(c), beginOf(c + 1)); });
-        });
+        eachInParallel(numChunks, [&](unsigned long c) { f(beginOf(c), beginOf(c + 1)); });
     }
 
     /// By value, so that storing words is known not to change what they are made of, and the loop vectorises.
@@ -162,10 +157,8 @@ void stableMergeSort(unsigned long* first, unsigned long* last, Before const& be
         return;
     }
     unsigned long* const middle = first + (last - first) / 2;
-    tbb::this_task_arena::isolate([&] {
-        tbb::parallel_invoke([&] { stableMergeSort(first, middle, before); },
-                             [&] { stableMergeSort(middle, last, before); });
-    });
+    unsigned long* const begins[] = {first, middle, last};
+    eachInParallel(2, [&](unsigned long half) { stableMergeSort(begins[half], begins[half + 1], before); });
     std::inplace_merge(first, middle, last, before);
 }
 
@@ -237,10 +230,7 @@ class PositionSort {
             borders.push_back(border);
         }
         if (borders.back() < n) borders.push_back(n);
-        tbb::this_task_arena::isolate([&] {
-            tbb::parallel_for(std::size_t{1}, borders.size(),
-                              [&](std::size_t part) { f(borders[part - 1], borders[part]); });
-        });
+        eachInParallel(borders.size() - 1, [&](unsigned long part) { f(borders[part], borders[part + 1]); });
     }
 
     /// Orders the positions of each run of words with equal prefixes. `whole` tells that these are equal
@@ -337,24 +327,16 @@ void stableSort(Order order, unsigned long n, K* keys, V*... values) {
 template <class Predicate, class T, class... V>
 unsigned long partitionCarried(Predicate predicate, unsigned long n, Carried<T>&& data,
                                Carried<V>&&... values) {
-    unsigned long const partSize = serialSize, numParts = (n - 1) / partSize + 1;
     T const* const elements = data.before();
-    auto const forEachPartOf = [&](auto const& f) {
-        tbb::this_task_arena::isolate([&] {
-            tbb::parallel_for(0ul, numParts, [&](unsigned long part) {
-                f(part, part * partSize, std::min(n, (part + 1) * partSize));
-            });
-        });
-    };
     // How many satisfy in each part, and then in all parts before it.
-    std::vector<unsigned long> satisfying(numParts);
-    forEachPartOf([&](unsigned long part, unsigned long first, unsigned long last) {
+    std::vector<unsigned long> satisfying(numPartsOf(n));
+    forEachNumberedPart(n, [&](unsigned long part, unsigned long first, unsigned long last) {
         satisfying[part] =
             static_cast<unsigned long>(std::count_if(elements + first, elements + last, predicate));
     });
     unsigned long const total = std::accumulate(satisfying.begin(), satisfying.end(), 0ul);
     std::exclusive_scan(satisfying.begin(), satisfying.end(), satisfying.begin(), 0ul);
-    forEachPartOf([&](unsigned long part, unsigned long first, unsigned long last) {
+    forEachNumberedPart(n, [&](unsigned long part, unsigned long first, unsigned long last) {
         unsigned long front = satisfying[part], back = total + first - front;
         for (unsigned long i = first; i < last; ++i) {
             unsigned long const to = predicate(elements[i]) ? front++ : back++;
@@ -403,11 +385,9 @@ void sortGroups(LabelOrder labelOrder, Sort sort, unsigned long n, int* labels, 
         if (i == 0 || labels[i] != labels[i - 1]) begins.push_back(i);
     }
     begins.push_back(n);
-    tbb::this_task_arena::isolate([&] {
-        tbb::parallel_for(std::size_t{1}, begins.size(), [&](std::size_t group) {
-            unsigned long const begin = begins[group - 1];
-            sort(begins[group] - begin, data + begin, (values + begin)...);
-        });
+    eachInParallel(begins.size() - 1, [&](unsigned long group) {
+        unsigned long const begin = begins[group];
+        sort(begins[group + 1] - begin, data + begin, (values + begin)...);
     });
 }
 
