@@ -5,4 +5,5 @@ cd "$(dirname "$0")/.."
 
 action=(-i)
 [[ ${1:-} != --check ]] || action=(--dry-run --Werror)
-git ls-files -z --cached --others --exclude-standard '*.cpp' '*.hpp' '*.h' | xargs -0 clang-format-14 "${action[@]}"
+find . \( -path ./build -o -path ./.git \) -prune -o -name '*.[ch]pp' -print0 -o -name '*.h' -print0 |
+    xargs -0 clang-format-14 "${action[@]}"
