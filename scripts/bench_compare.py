@@ -31,7 +31,7 @@ def other_results(script):
     if not script.exists():
         return {}
     output = subprocess.run([sys.executable, script], check=True, capture_output=True, text=True).stdout
-    return {row["name"]: row["seconds"] for row in map(json.loads, output.splitlines())}
+    return {row["name"].removesuffix("/real_time"): row["seconds"] for row in map(json.loads, output.splitlines())}
 
 
 def print_group(group, own, other):
