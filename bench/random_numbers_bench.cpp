@@ -66,15 +66,25 @@ BENCHMARK(Integers<Philox, signed char>)->UseRealTime();
 BENCHMARK(Integers<Philox, int>)->UseRealTime();
 BENCHMARK(Integers<Philox, long>)->UseRealTime();
 BENCHMARK(NormalByInversion<Philox, double>)->UseRealTime();
+BENCHMARK(NormalByInversion<Philox, float>)->UseRealTime();
 BENCHMARK(NormalOfBoxMuller<Philox, double>)->UseRealTime();
 BENCHMARK(NormalOfBoxMuller<Philox, float>)->UseRealTime();
 BENCHMARK(Uniform<ThreeFry, double>)->UseRealTime();
+BENCHMARK(Uniform<ThreeFry, float>)->UseRealTime();
+BENCHMARK(Integers<ThreeFry, signed char>)->UseRealTime();
 BENCHMARK(Integers<ThreeFry, int>)->UseRealTime();
+BENCHMARK(Integers<ThreeFry, long>)->UseRealTime();
 BENCHMARK(NormalByInversion<ThreeFry, double>)->UseRealTime();
+BENCHMARK(NormalByInversion<ThreeFry, float>)->UseRealTime();
 BENCHMARK(NormalOfBoxMuller<ThreeFry, double>)->UseRealTime();
+BENCHMARK(NormalOfBoxMuller<ThreeFry, float>)->UseRealTime();
 BENCHMARK(Uniform<Mrg32k3a, double>)->UseRealTime();
+BENCHMARK(Uniform<Mrg32k3a, float>)->UseRealTime();
+BENCHMARK(Integers<Mrg32k3a, signed char>)->UseRealTime();
 BENCHMARK(Integers<Mrg32k3a, int>)->UseRealTime();
+BENCHMARK(Integers<Mrg32k3a, long>)->UseRealTime();
 BENCHMARK(NormalByInversion<Mrg32k3a, double>)->UseRealTime();
+BENCHMARK(NormalByInversion<Mrg32k3a, float>)->UseRealTime();
 
 }  // namespace
 }  // namespace gpuruntime

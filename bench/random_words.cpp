@@ -1,9 +1,10 @@
 // Writes a random stream as raw 32-bit words to standard output without end, for test batteries.
 //
-//   random_words <philox | threefry | mrg32k3a> <uniform | integers | inversion | box-muller> [<seed>]
+//   random_words <philox | threefry | mrg32k3a> <uniform | bits | integers | inversion | box-muller> [<seed>]
 //
 // The stream is put together as an engine would: calls of changing lengths, the state moved on after each. A
-// uniform value gives its leading 32 bits, a normal value those of its place in the distribution.
+// uniform value gives its leading 32 bits, or, as `bits`, all its 53, which follow on those of the value
+// before; a normal value gives the leading bits of its place in the distribution.
 
 #include <gpuruntime/random.hpp>
 
@@ -91,20 +92,37 @@ struct Stream<ThreeFry4x64Generator> {
 
 unsigned int leadingBits(double u) { return static_cast<unsigned int>(std::min(u * 0x1p32, 0x1p32 - 1)); }
 
+/// Appends the 53 bits of each uniform value, as far as they fill words. From the counter-based generators
+/// they are the very integer that the value was made of.
+class BitWriter {
+  public:
+    void operator()(double u, Words& words) {
+        bits = bits << 53 | static_cast<unsigned long>(u * 0x1p53);
+        for (numBits += 53; numBits >= 32; numBits -= 32) {
+            words.push_back(static_cast<unsigned int>(bits >> (numBits - 32)));
+        }
+    }
+
+  private:
+    unsigned __int128 bits = 0;  // the last `numBits` are yet to be appended
+    unsigned int numBits = 0;
+};
+
 /// The part of the normal distribution below `z`.
 double partBelow(double z) { return std::erfc(-z / std::sqrt(2.0)) / 2; }
 
-template <class T, class G, class Call, class ToWord>
-void writeForEver(Stream<G> stream, Call call, ToWord toWord) {
+/// `append` adds a value's words to those that are there.
+template <class T, class G, class Call, class Append>
+void writeForEver(Stream<G> stream, Call call, Append append) {
     bench::DeviceMemory<T> out(longestCall);
     std::vector<T> values(longestCall);
-    Words result(longestCall);
+    Words words;
     for (unsigned long n = longestCall - 1;; n = n > longestCall / 2 ? n - 12345 : longestCall - 2) {
         bench::check(call(out.data(), stream.words.data(), n));
         bench::check(cudaMemcpy(values.data(), out.data(), n * sizeof(T), cudaMemcpyDeviceToHost));
-        std::transform(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(n), result.begin(),
-                       toWord);
-        if (std::fwrite(result.data(), sizeof(unsigned int), n, stdout) != n)
+        words.clear();
+        for (unsigned long i = 0; i < n; ++i) append(values[i], words);
+        if (std::fwrite(words.data(), sizeof(unsigned int), words.size(), stdout) != words.size())
             return;  // the battery has had enough
         stream.moveOn(n);
     }
@@ -113,14 +131,15 @@ void writeForEver(Stream<G> stream, Call call, ToWord toWord) {
 template <class G>
 bool write(std::string const& distribution, unsigned long seed) {
     Stream<G> const stream(seed);
-    auto const ofNormal = [](double z) { return leadingBits(partBelow(z)); };
+    auto const uniform = [](double* out, unsigned int* state, unsigned long n) {
+        return typename Rand<G>::template Invoker<double>()(nullptr, out, state, n);
+    };
+    auto const appendUniform = [](double u, Words& words) { words.push_back(leadingBits(u)); };
+    auto const appendNormal = [](double z, Words& words) { words.push_back(leadingBits(partBelow(z))); };
     if (distribution == "uniform") {
-        writeForEver<double>(
-            stream,
-            [](double* out, unsigned int* state, unsigned long n) {
-                return typename Rand<G>::template Invoker<double>()(nullptr, out, state, n);
-            },
-            leadingBits);
+        writeForEver<double>(stream, uniform, appendUniform);
+    } else if (distribution == "bits") {
+        writeForEver<double>(stream, uniform, BitWriter());
     } else if (distribution == "integers") {
         writeForEver<unsigned int>(
             stream,
@@ -128,14 +147,14 @@ bool write(std::string const& distribution, unsigned long seed) {
                 return typename RandI<G>::template Invoker<unsigned int>()(nullptr, out, state, 0, 0x1p32 - 1,
                                                                            n);
             },
-            [](unsigned int value) { return value; });
+            [](unsigned int value, Words& words) { words.push_back(value); });
     } else if (distribution == "inversion") {
         writeForEver<double>(
             stream,
             [](double* out, unsigned int* state, unsigned long n) {
                 return typename RandNInversion<G>::template Invoker<double>()(nullptr, out, state, n);
             },
-            ofNormal);
+            appendNormal);
     } else if (distribution == "box-muller") {
         if constexpr (std::is_same_v<G, MRG32K3AGenerator>) {
             return false;
@@ -145,7 +164,7 @@ bool write(std::string const& distribution, unsigned long seed) {
                 [](double* out, unsigned int* state, unsigned long n) {
                     return typename RandNBoxMuller<G>::template Invoker<double>()(nullptr, out, state, n);
                 },
-                ofNormal);
+                appendNormal);
         }
     } else {
         return false;
@@ -167,7 +186,7 @@ int main(int argc, char** argv) {
     if (!known) {
         std::fputs(
             "usage: random_words <philox | threefry | mrg32k3a> "
-            "<uniform | integers | inversion | box-muller> [<seed>]\n",
+            "<uniform | bits | integers | inversion | box-muller> [<seed>]\n",
             stderr);
         return 2;
     }

@@ -1,5 +1,6 @@
 #include <gpuruntime/ranges.hpp>
 
+#include "conversion.hpp"
 #include "frame/convert.hpp"
 #include "frame/elementwise.hpp"
 #include "frame/instantiation.hpp"
@@ -8,28 +9,35 @@
 namespace gpuruntime {
 namespace {
 
-// Counted from both ends, so that both are exact and the rounding errors meet in the middle.
+// Counted from both ends, so that both are exact and the rounding errors meet in the middle, where an element
+// in the very centre is computed by itself.
 template <class T>
 struct ColonKernel {
-    static GPU_DEVICE void apply(elementwisedetail::Position at, T* out, double first, double step,
-                                 double last) {
-        // Indices are exact in double precision, and one kind of arithmetic vectorises best.
-        double const i = at.i, lastIndex = at.n - 1, half = (at.n - 1) >> 1;
-        bool const lower = i <= half;
-        double const steps = lower ? i : lastIndex - i;
-        double const value = (lower ? first : last) + steps * (lower ? step : -step);
-        // With ends of one sign their sum may overflow, with two signs their difference.
+    static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T* out, double first,
+                                 double step, double last) {
+        unsigned int const n = block.n, numBefore = n / 2, firstAfter = n - n / 2;
+        block.forEach(0, numBefore, [&](unsigned int i) {
+            out[i] = internal::storedAs<T>(first + backend::fromUint32(i) * step);
+        });
+        block.forEach(numBefore, firstAfter,
+                      [&](unsigned int i) { out[i] = internal::storedAs<T>(centre(first, last)); });
+        block.forEach(firstAfter, n, [&](unsigned int i) {
+            out[i] = internal::storedAs<T>(last - backend::fromUint32(n - 1 - i) * step);
+        });
+    }
+
+  private:
+    /// With ends of one sign their sum may overflow, with two signs their difference.
+    static GPU_DEVICE double centre(double first, double last) {
         bool const oneSign = (first >= 0 && last >= 0) || (first <= 0 && last <= 0);
-        double const centre = oneSign ? backend::fma(last - first, 0.5, first) : (first + last) * 0.5;
-        double const centreIndex = at.n % 2 == 1 ? half : -1;
-        out[at.i] = internal::storedAs<T>(i == centreIndex ? centre : value);
+        return oneSign ? backend::fma(last - first, 0.5, first) : (first + last) * 0.5;
     }
 };
 
 template <class T>
 struct IntColonKernel {
     static GPU_DEVICE void apply(elementwisedetail::Position at, T* out, double first, double step) {
-        out[at.i] = internal::storedAs<T>(backend::fma<double>(at.i, step, first));
+        out[at.i] = internal::storedAs<T>(backend::fma(backend::fromUint32(at.i), step, first));
     }
 };
 

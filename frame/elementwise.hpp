@@ -1,5 +1,7 @@
 #pragma once
 
+#include <type_traits>
+
 #include "device.hpp"
 #include "frame/launch.hpp"
 #include "frame/shape.hpp"
@@ -15,13 +17,30 @@ struct Position {
     unsigned int i, n;
 };
 
+/// The elements of a block, for functors whose formula changes along the array: `apply(block, arguments...)`
+/// goes over the pieces itself.
+struct BlockOfElements {
+    backend::Threads threads;
+    unsigned int first, n;
+
+    /// Calls `f(i)` for the block's elements `i` in [`begin`, `end`).
+    template <class F>
+    GPU_DEVICE void forEach(unsigned int begin, unsigned int end, F f) const {
+        threads.forEachIndex(first, begin, end < n ? end : n, f);
+    }
+};
+
 template <class Functor, class... Args>
 GPU_KERNEL void singleStepKernel(unsigned int n, Args... args) {
     backend::Threads const threads;
     uint3 const block = backend::blockIndex();
     // The flat block index undoes the fold of the grid; the spare blocks of the fold start past n.
     unsigned int const first = (backend::gridSize().x * block.y + block.x) * threads.size();
-    threads.forEachIndex(first, n, [&](unsigned int i) { Functor::apply(Position{i, n}, args...); });
+    if constexpr (std::is_invocable_v<decltype(&Functor::apply), BlockOfElements, Args...>) {
+        Functor::apply(BlockOfElements{threads, first, n}, args...);
+    } else {
+        threads.forEachIndex(first, 0, n, [&](unsigned int i) { Functor::apply(Position{i, n}, args...); });
+    }
 }
 
 template <class Functor, class... Args, class... T>

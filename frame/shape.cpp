@@ -37,6 +37,11 @@ Grid gridOf(BlockShape const& block, unsigned long nx, unsigned long ny, unsigne
             divideRoundUp(nz, block.blockZ)};
 }
 
+// Unlike in `divideRoundUp`, a block of 0 is a division by zero, unless the extent is 0 too.
+unsigned long blocksOver(unsigned long extent, unsigned long block) {
+    return extent == 0 ? 1 : (extent - 1) / block + 1;
+}
+
 bool fits(Grid const& grid, gpucommon::CUDADeviceProperties const& properties) {
     return grid.x <= properties.maxGridDimX && grid.y <= properties.maxGridDimY &&
            grid.z <= properties.maxGridDimZ;
@@ -71,10 +76,12 @@ SteppedLaunchShape3D stepped3D(BlockShape const& block, Grid const& grid, unsign
 
 }  // namespace
 
-BlockShape computeBlock2D(cudaFuncAttributes const& attributes, unsigned long nx, unsigned long /*ny*/) {
+BlockShape computeBlock2D(cudaFuncAttributes const& attributes, unsigned long nx, unsigned long ny) {
     unsigned long const limit = maxThreads(attributes);
-    BlockShape block{MAX_THREADS_PER_BLOCK, 1, 1};
-    if (nx < MAX_THREADS_PER_BLOCK) block = {nx, MAX_THREADS_PER_BLOCK / nx, 1};
+    unsigned long const blockX = std::min(nx, MAX_THREADS_PER_BLOCK);
+    // An array without rows is a fault of the caller, as one without columns is.
+    unsigned long const divisor = nx < MAX_THREADS_PER_BLOCK || ny != 0 ? blockX : ny;
+    BlockShape const block{blockX, MAX_THREADS_PER_BLOCK / divisor, 1};
     if (limit >= block.blockX * block.blockY) return block;
     if (limit >= block.blockX) return {block.blockX, limit / block.blockX, 1};
     return {limit, 1, 1};
@@ -150,7 +157,7 @@ SteppedLaunchShape2D computeFixed2DBlockShape(unsigned long nx, unsigned long ny
                                               unsigned long blockY) {
     auto const& properties = *getCurrentDeviceProperties();
     BlockShape const block{blockX, blockY, 1};
-    Grid const grid = gridOf(block, nx, ny, 1);
+    Grid const grid{blocksOver(nx, blockX), blocksOver(ny, blockY), 1};
     if (fits2D(grid, properties)) return {1, 1, blockX, blockY, 1, grid.x, grid.y, 1};
     return stepped2D(block, grid, properties);
 }
@@ -160,7 +167,7 @@ SteppedLaunchShape3D computeFixed2DBlockWithPagesShape(unsigned long nx, unsigne
                                                        unsigned long blockY) {
     auto const& properties = *getCurrentDeviceProperties();
     BlockShape const block{blockX, blockY, 1};
-    Grid const grid{divideRoundUp(nx, blockX), divideRoundUp(ny, blockY), numPages};
+    Grid const grid{blocksOver(nx, blockX), blocksOver(ny, blockY), numPages};
     if (fits(grid, properties)) return {1, 1, 1, blockX, blockY, 1, grid.x, grid.y, grid.z};
     return stepped3D(block, grid, divideRoundUp(numPages, properties.maxGridDimZ), properties);
 }

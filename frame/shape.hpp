@@ -37,8 +37,8 @@ constexpr unsigned long divideRoundUp(unsigned long a, unsigned long b) {
     return b == 0 ? 0 : a == 0 ? 1 : (a - 1) / b + 1;
 }
 
-/// Whole rows of `nx` in at most 256 threads. Callers keep zero extents out; a zero `nx` is a division by
-/// zero.
+/// Whole rows of `nx` in at most 256 threads. Callers keep zero extents out: a zero `nx` is a division by
+/// zero, and so is a zero `ny` with an `nx` of 256 or more.
 BlockShape computeBlock2D(cudaFuncAttributes const& attributes, unsigned long nx, unsigned long ny);
 
 /// As `computeBlock2D` with whole planes; a zero `nx` or `ny` is a division by zero. `nz` is not used.
@@ -65,6 +65,7 @@ LaunchShape computeFixed1DBlockAnd1DGridShape(cudaFuncAttributes const& attribut
 
 LaunchShape computeFixedNumBlocksShape(cudaFuncAttributes const& attributes, unsigned long numBlocks);
 
+/// A block extent of 0 over an extent that is not 0 is a division by zero, with pages too.
 SteppedLaunchShape2D computeFixed2DBlockShape(unsigned long nx, unsigned long ny, unsigned long blockX,
                                               unsigned long blockY);
 

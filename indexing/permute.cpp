@@ -114,8 +114,13 @@ struct PermuteKernelVaryDim1 {
         auto const steps = static_cast<unsigned int>(stepsPerBlock);
         unsigned int const blockSize = at.threads.sizeX();
         unsigned int const block = at.blockY * at.totalBlocksX + at.blockX;
-        // A stepped grid has spare blocks.
-        if (static_cast<unsigned long>(block) * blockSize * blockSize * steps >= totalX * totalY) return;
+        // A grid that steps in one direction visits every block, and spare ones. In both it walks a diagonal,
+        // where a number past the last block wraps around to one that may not have been visited.
+        dim3 const grid = backend::gridSize();
+        bool const diagonal = at.totalBlocksX != grid.x && at.totalBlocksY != grid.y;
+        bool const past =
+            static_cast<unsigned long>(block) * blockSize * blockSize * steps >= totalX * totalY;
+        if (past && !diagonal) return;
 
         Origin const origin = originOf(block, blockSize, numDims, chosenDim, steps);
         unsigned int turned = 0;  // the output dimension that is the input's first

@@ -20,6 +20,12 @@ inline constexpr unsigned int blockSize = 64, elementsPerThread = 8;
 inline constexpr unsigned int runBlockSize = 128, runGranularity = 8;
 inline constexpr unsigned long runBlocksPerMultiProcessor = 6, runBlocksPerOldMultiProcessor = 3;
 
+/// The elements of each of `threadCount` threads, one at least, that make `n` together.
+constexpr unsigned long runLengthFor(unsigned long n, unsigned long threadCount) {
+    if (n == 0) return runGranularity;
+    return (n - 1) / threadCount / runGranularity * runGranularity + runGranularity;
+}
+
 /// A block's 512 neighbouring elements. Each thread makes the blocks of its own 8 elements and puts them into
 /// its row; then the threads write the rows out in the order of memory. Elements past `n` are made and left.
 template <class G, class Conversion, class T>
@@ -28,7 +34,8 @@ GPU_DEVICE void randCoalescedWrites(gpuruntime::cuda::Fixed1DBlockIterator const
     using namespace gpuruntime::backend;
     constexpr unsigned int places = G::placesPerBlock;
     unsigned int const firstThread = iterator.blockIndex * blockSize;
-    unsigned int const first = firstThread * elementsPerThread;
+    // In 64 bits: the spare blocks of a folded grid may begin at 2^32 elements or more.
+    unsigned long const first = static_cast<unsigned long>(firstThread) * elementsPerThread;
     if (first >= n) return;
 
     constexpr unsigned int pitch = elementsPerThread + 1;  // odd, against bank conflicts
@@ -58,13 +65,13 @@ GPU_DEVICE void randCoalescedWrites(gpuruntime::cuda::Fixed1DBlockIterator const
     blockBarrier();  // the rows are read by other threads than wrote them
 
     // Neighbouring threads write neighbouring elements, 8 rows in a pass. Neighbouring lanes lie in one row.
+    unsigned int const left = n - static_cast<unsigned int>(first);
     for (unsigned int pass = 0; pass < elementsPerThread; ++pass) {
         forEachLanes(iterator.threads, [&](unsigned int t) {
             unsigned int const element = pass * blockSize + t;
             T const* const cell =
                 sharedMem + element / elementsPerThread * pitch + element % elementsPerThread;
             T* const target = out + first + element;
-            unsigned int const left = n - first;
             if (element + laneCount <= left) {
                 for (unsigned int lane = 0; lane < laneCount; ++lane) target[lane] = cell[lane];
             } else {
@@ -163,11 +170,8 @@ cudaError launchRandom(CUstream_st* stream, T* out, unsigned int const* state, u
             (properties.computeCapabilityMajor < 3 ? runBlocksPerOldMultiProcessor
                                                    : runBlocksPerMultiProcessor);
         if (threadCount == 0) return status;
-        unsigned long const runLength =
-            n == 0 ? runGranularity
-                   : (n - 1) / threadCount / runGranularity * runGranularity + runGranularity;
-        return fixed1dblockdetail::launch<Functor>(stream, threadCount, runBlockSize, runLength, n, out,
-                                                   bounds...);
+        return fixed1dblockdetail::launch<Functor>(stream, threadCount, runBlockSize,
+                                                   runLengthFor(n, threadCount), n, out, bounds...);
     }
 }
 

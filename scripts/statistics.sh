@@ -2,11 +2,12 @@
 # Puts a random stream of a build through the test battery dieharder, which apt installs; prints its table, and fails
 # if a test did.
 #   statistics.sh <build folder> <generator> <distribution> [<test number>...]
-# Generators and distributions are those of bench/random_words.cpp; without test numbers, all tests run.
+# Generators and distributions are those of bench/random_words.cpp, where `bits` takes the low bits of uniform values
+# as well; without test numbers, all tests run.
 set -euo pipefail
 
 if [[ $# -lt 3 ]]; then
-    sed -n '2,5s/^# //p' "$0" >&2
+    sed -n '2,6s/^# //p' "$0" >&2
     exit 2
 fi
 words=$1/bench/random_words generator=$2 distribution=$3

@@ -37,11 +37,14 @@ struct FlagIfGreaterOrEqual {
 
 template <class T, class Flagger>
 struct IsSortedKernel {
-    static GPU_DEVICE void apply(elementwisedetail::Position at, T const* data) {
+    static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T const* data) {
         // The flag is read so that threads leave early after a violation; no order of reads and writes is
         // needed.
-        if (at.i >= at.n - 1 || backend::relaxedLoad(D_ISSORTED_FLAG) == 0) return;
-        if (Flagger::fires(data[at.i], data[at.i + 1])) backend::atomicAnd(D_ISSORTED_FLAG, 0);
+        if (backend::relaxedLoad(D_ISSORTED_FLAG) == 0) return;
+        bool fired = false;
+        block.forEach(0, block.n - 1,
+                      [&](unsigned int i) { fired |= Flagger::fires(data[i], data[i + 1ul]); });
+        if (fired) backend::atomicAnd(D_ISSORTED_FLAG, 0);
     }
 };
 

@@ -2,9 +2,11 @@
 
 #include "device.hpp"
 
-/// Conversions of floating values to integers by the GPU's instructions: toward zero, saturating at the range
-/// of the target. The value must not be NaN.
+/// Conversions between floating values and integers. To integers they go by the GPU's instructions: toward
+/// zero, saturating at the range of the target; the value must not be NaN.
 namespace gpuruntime::backend {
+
+GPU_DEVICE double fromUint32(unsigned int value) { return value; }
 
 GPU_DEVICE int toInt32(double value) { return __double2int_rz(value); }
 

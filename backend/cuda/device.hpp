@@ -69,11 +69,11 @@ class Threads {
         f(own());
     }
 
-    /// Calls `f(i)` for the indices `i` = `first` + `t` below `end`, `t` being the threads; no barrier
-    /// follows.
+    /// Calls `f(i)` for the indices `i` = `first` + `t` in [`begin`, `end`), `t` being the threads, where the
+    /// sum does not wrap; no barrier follows.
     template <class F>
-    GPU_DEVICE void forEachIndex(unsigned int first, unsigned int end, F f) const {
-        if (first < end && own() < end - first) f(first + own());
+    GPU_DEVICE void forEachIndex(unsigned int first, unsigned int begin, unsigned int end, F f) const {
+        if (first < end && own() < end - first && first + own() >= begin) f(first + own());
     }
 
     /// Calls `f(t)` for the threads `t` below `limit`, then the block meets at a barrier.

@@ -6,7 +6,8 @@
 #include "thrust.hpp"
 
 /// Stable partition and sorts on the default stream. Each call has finished when it returns; what Thrust
-/// throws passes through.
+/// throws passes through. A failed allocation leaves every element in its array, beside those that move with
+/// it.
 namespace gpuruntime::backend {
 
 /// A predicate of a tuple's first element.
@@ -61,9 +62,17 @@ std::enable_if_t<Order::isRadix> stableSort(Order /*order*/, unsigned long n, T*
     if constexpr (std::is_floating_point_v<T>) {
         static_assert(sizeof(T) == sizeof(unsigned long));
         auto* const ranks = reinterpret_cast<unsigned long*>(keys);
+        auto const backToValues = [=] {
+            thrust::transform(policy, ranks, ranks + n, keys, ValueOf<Order>{});
+        };
         thrust::transform(policy, keys, keys + n, ranks, RankOf<Order, T>{});
-        sort(ranks, thrust::less<unsigned long>{});
-        thrust::transform(policy, ranks, ranks + n, keys, ValueOf<Order>{});
+        try {
+            sort(ranks, thrust::less<unsigned long>{});
+        } catch (...) {
+            backToValues();
+            throw;
+        }
+        backToValues();
     } else if constexpr (Order::descending) {
         sort(keys, thrust::greater<T>{});
     } else {

@@ -5,8 +5,9 @@
 
 #include "device.hpp"
 
-/// Conversions of floating values to integers as the GPU's instructions make them: toward zero, saturating at
-/// the range of the target. The value must not be NaN. Written without branches, so that loops vectorise.
+/// Conversions between floating values and integers. To integers they go as the GPU's instructions make them:
+/// toward zero, saturating at the range of the target; the value must not be NaN. Written without branches,
+/// so that loops vectorise.
 namespace gpuruntime::backend {
 
 /// A whole number from -2^51 to 2^51: the sum with 1.5 * 2^52 has it in its mantissa.
@@ -19,14 +20,23 @@ GPU_DEVICE long wholeBits(double whole) {
     return bits - originBits;
 }
 
+/// The value as the low half of a mantissa: there is no vector instruction for unsigned integers.
+GPU_DEVICE double fromUint32(unsigned int value) {
+    double const origin = 0x1p52;
+    unsigned long bits;
+    std::memcpy(&bits, &origin, sizeof(bits));
+    bits |= value;
+    double shifted;
+    std::memcpy(&shifted, &bits, sizeof(shifted));
+    return shifted - origin;
+}
+
 GPU_DEVICE double clamped(double value, double low, double high) {
     double const raised = value > low ? value : low;
     return raised < high ? raised : high;
 }
 
-GPU_DEVICE int toInt32(double value) {
-    return static_cast<int>(wholeBits(clamped(std::trunc(value), -2147483648.0, 2147483647.0)));
-}
+GPU_DEVICE int toInt32(double value) { return static_cast<int>(clamped(value, -2147483648.0, 2147483647.0)); }
 
 GPU_DEVICE unsigned int toUint32(double value) {
     return static_cast<unsigned int>(wholeBits(clamped(std::trunc(value), 0.0, 4294967295.0)));

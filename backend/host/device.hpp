@@ -90,15 +90,15 @@ class Threads {
         forEach(count, f);
     }
 
-    /// Calls `f(i)` for the indices `i` = `first` + `t` below `end`, `t` being the threads; no barrier
-    /// follows. Where arrays are indexed by `first` + `t` themselves, the compiler must fear that the sum
-    /// wraps, and does not vectorise.
+    /// Calls `f(i)` for the indices `i` = `first` + `t` in [`begin`, `end`), `t` being the threads, where the
+    /// sum does not wrap; no barrier follows. Where arrays are indexed by `first` + `t` themselves, the
+    /// compiler must fear that the sum wraps, and does not vectorise.
     template <class F>
-    GPU_DEVICE void forEachIndex(unsigned int first, unsigned int end, F f) const {
+    GPU_DEVICE void forEachIndex(unsigned int first, unsigned int begin, unsigned int end, F f) const {
         if (first >= end) return;
         unsigned int const last = end - first > count ? first + count : end;
 #pragma GCC ivdep
-        for (unsigned int i = first; i < last; ++i) f(i);
+        for (unsigned int i = std::max(first, begin); i < last; ++i) f(i);
     }
 
     /// Calls `f(t)` for the threads `t` below `limit`, then the block meets at a barrier.

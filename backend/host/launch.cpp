@@ -1,9 +1,5 @@
 // Kernels: attributes, launch and the sharing out of blocks.
 
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -12,6 +8,7 @@
 #include "call.hpp"
 #include "cuda_runtime_api.h"
 #include "kernel.hpp"
+#include "parallel.hpp"
 
 namespace gpuruntime::hostdevice {
 
@@ -101,21 +98,10 @@ class Run {
         }
     }
 
-    /// Isolated, so that a thread that waits for the others' blocks takes up no work of the caller's own: the
-    /// caller may hold a lock. The two atomics order blocks after the launch and before its return. The task
-    /// library does so too, but inside compiled code that thread sanitizer cannot see.
     void shareOut(std::uint64_t first) const {
-        std::atomic<bool> started{false};
-        std::atomic<std::uint64_t> numFinished{0};
-        started.store(true, std::memory_order_release);
-        tbb::this_task_arena::isolate([&] {
-            tbb::parallel_for(tbb::blocked_range<std::uint64_t>(first, numBlocks_), [&](auto const& blocks) {
-                started.load(std::memory_order_acquire);
-                runSerially(blocks.begin(), blocks.end());
-                numFinished.fetch_add(blocks.size(), std::memory_order_release);
-            });
+        backend::inParallel(numBlocks_ - first, 1, [&](std::uint64_t begin, std::uint64_t end) {
+            runSerially(first + begin, first + end);
         });
-        numFinished.load(std::memory_order_acquire);
     }
 
     Kernel const& kernel_;

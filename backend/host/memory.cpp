@@ -2,13 +2,15 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <shared_mutex>
-#include <unordered_map>
 
 #include "call.hpp"
 #include "cuda_runtime_api.h"
@@ -25,14 +27,33 @@ constexpr std::size_t allocationAlignment = 256;
 /// few faults.
 constexpr std::size_t hugePage = std::size_t{1} << 21;
 
+std::uintptr_t addressOf(void const* pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
+
+/// The blocks that `cudaMalloc` gave and `cudaFree` has not taken back.
 struct Allocations {
-    std::mutex mutex;
-    std::unordered_map<void*, std::size_t> sizes;
+    std::shared_mutex mutex;
+    std::map<std::uintptr_t, std::size_t> sizes;  ///< by address
     std::size_t used = 0;
 
     static Allocations& instance() {
         static Allocations allocations;
         return allocations;
+    }
+
+    /// Whether `count` bytes from each pointer on stay in the block in which they begin. Outside the blocks
+    /// is the caller's own memory, of which nothing is known.
+    static bool hold(std::initializer_list<void const*> pointers, std::size_t count) {
+        Allocations& allocations = instance();
+        std::shared_lock const lock(allocations.mutex);
+        return std::all_of(pointers.begin(), pointers.end(), [&](void const* pointer) {
+            auto const after = allocations.sizes.upper_bound(addressOf(pointer));
+            if (after == allocations.sizes.begin()) {
+                return true;
+            }
+            auto const [block, size] = *std::prev(after);
+            std::size_t const offset = addressOf(pointer) - block;
+            return offset >= size || count <= size - offset;
+        });
     }
 };
 
@@ -61,7 +82,7 @@ cudaError allocate(void** pointer, std::size_t size) {
         // Advice only: without huge pages everything works, and more slowly.
         static_cast<void>(madvise(memory, rounded, MADV_HUGEPAGE));
     }
-    allocations.sizes.emplace(memory, size);
+    allocations.sizes.emplace(addressOf(memory), size);
     allocations.used += size;
     *pointer = memory;
     return cudaSuccess;
@@ -74,7 +95,7 @@ cudaError release(void* pointer) {
     Allocations& allocations = Allocations::instance();
     {
         std::lock_guard const lock(allocations.mutex);
-        auto const found = allocations.sizes.find(pointer);
+        auto const found = allocations.sizes.find(addressOf(pointer));
         if (found == allocations.sizes.end()) {
             return cudaErrorInvalidValue;
         }
@@ -96,7 +117,7 @@ cudaError copy(void* destination, void const* source, std::size_t count, cudaMem
     if (count == 0) {
         return cudaSuccess;
     }
-    if (destination == nullptr || source == nullptr) {
+    if (destination == nullptr || source == nullptr || !Allocations::hold({destination, source}, count)) {
         return cudaErrorInvalidValue;
     }
     std::memmove(destination, source, count);
@@ -110,7 +131,7 @@ cudaError fill(void* pointer, int value, std::size_t count, cudaStream_t stream)
     if (count == 0) {
         return cudaSuccess;
     }
-    if (pointer == nullptr) {
+    if (pointer == nullptr || !Allocations::hold({pointer}, count)) {
         return cudaErrorInvalidValue;
     }
     std::memset(pointer, value, count);

@@ -8,7 +8,8 @@
 #include "parallel.hpp"
 #include "temporary.hpp"
 
-/// Stable partition and sorts. Each call has finished when it returns; what Thrust throws passes through.
+/// Stable partition and sorts. Each call has finished when it returns. A failed allocation throws as Thrust
+/// does, and leaves every element in its array, beside those that move with it.
 ///
 /// Every sort goes over 64-bit words, which a vectorised quicksort sorts several times faster than a
 /// comparison sort or a radix sort does: the words are ranks, whose unsigned order is the order of the keys,
@@ -171,11 +172,11 @@ class PositionSort {
 
     unsigned long position(unsigned long word) const { return word & positionMask; }
 
-    /// Sorts the `n` positions that `positionAt` gives, which ascend, into the low bits of `words`, and calls
-    /// `done(first, last)` for parts that are complete.
-    template <class PositionAt, class Done>
-    void sort(unsigned long level, unsigned long* words, unsigned long n, PositionAt const& positionAt,
-              Done const& done) const {
+    /// Sorts the `n` positions that `positionAt` gives, which ascend, into the low bits of `words`. It may
+    /// give those that stand there already.
+    template <class PositionAt>
+    void sort(unsigned long level, unsigned long* words, unsigned long n,
+              PositionAt const& positionAt) const {
         Range ranks = rangeOfRanks(level, n, positionAt);
         while (ranks.low == ranks.high && level + 1 < order.numRanks()) {
             ranks = rangeOfRanks(++level, n, positionAt);
@@ -187,9 +188,11 @@ class PositionSort {
             return (order.rank(keys[p], level) - ranks.low) >> dropped << bits | p;
         });
         halves.emitAll([words](unsigned long i, unsigned long word) { words[i] = word; });
+        // Without dropped bits equal prefixes are equal ranks.
+        unsigned long const nextLevel = dropped == 0 ? level + 1 : level;
+        if (Order::ranksDecide && nextLevel == order.numRanks()) return;
         forEachRunPart(words, n, [&](unsigned long first, unsigned long last) {
-            settleTies(level, dropped == 0, words, first, last);
-            done(first, last);
+            settleTies(nextLevel, words, first, last);
         });
     }
 
@@ -233,16 +236,13 @@ class PositionSort {
         eachInParallel(borders.size() - 1, [&](unsigned long part) { f(borders[part], borders[part + 1]); });
     }
 
-    /// Orders the positions of each run of words with equal prefixes. `whole` tells that these are equal
-    /// ranks.
-    void settleTies(unsigned long level, bool whole, unsigned long* words, unsigned long first,
+    /// Orders the positions of each run of words with equal prefixes, by the ranks from `level` on.
+    void settleTies(unsigned long level, unsigned long* words, unsigned long first,
                     unsigned long last) const {
-        unsigned long const nextLevel = whole ? level + 1 : level;
-        if (Order::ranksDecide && nextLevel == order.numRanks()) return;
         for (unsigned long begin = first, end; begin < last; begin = end) {
             unsigned long const prefix = words[begin] >> positionBits;
             for (end = begin + 1; end < last && words[end] >> positionBits == prefix;) ++end;
-            if (end - begin > 1) settleRun(nextLevel, words + begin, end - begin);
+            if (end - begin > 1) settleRun(level, words + begin, end - begin);
         }
     }
 
@@ -258,11 +258,7 @@ class PositionSort {
                 words[j] = word;
             }
         } else if (level < std::min(order.numRanks(), deepLevel)) {
-            Temporary<unsigned int> positions(n);
-            for (unsigned long i = 0; i < n; ++i)
-                positions[i] = static_cast<unsigned int>(position(words[i]));
-            auto const positionAt = [positions = positions.data()](unsigned long i) { return positions[i]; };
-            sort(level, words, n, positionAt, [](unsigned long, unsigned long) {});
+            sort(level, words, n, [words, mask = positionMask](unsigned long i) { return words[i] & mask; });
         } else {
             stableMergeSort(words, words + n, before);
         }
@@ -298,15 +294,15 @@ template <class Order, class K, class... V>
 void sortCarried(Order order, unsigned long n, Carried<K>&& keys, Carried<V>&&... values) {
     Temporary<unsigned long> words(n);
     PositionSort<Order, K> const positions(order, keys.before(), n);
-    positions.sort(
-        0, words.data(), n, [](unsigned long i) { return i; },
-        [&](unsigned long first, unsigned long last) {
-            for (unsigned long i = first; i < last; ++i) {
-                unsigned long const from = positions.position(words[i]);
-                keys.place(i, from);
-                (values.place(i, from), ...);
-            }
-        });
+    positions.sort(0, words.data(), n, [](unsigned long i) { return i; });
+    // From here on nothing allocates, so that no failure leaves the elements half moved.
+    forEachPart(n, [&](unsigned long first, unsigned long last) {
+        for (unsigned long i = first; i < last; ++i) {
+            unsigned long const from = positions.position(words[i]);
+            keys.place(i, from);
+            (values.place(i, from), ...);
+        }
+    });
 }
 
 /// Sorts `keys` stably by `order` and permutes `values` alike. An order has ranks, unsigned numbers of which

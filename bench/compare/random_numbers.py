@@ -1,6 +1,8 @@
 """Random numbers of NumPy's Philox generator, named as in random_numbers_bench.cpp. The other generators are set against it
 too: NumPy has none of them."""
 
+from functools import partial
+
 import numpy as np
 from timing import report
 
@@ -10,13 +12,13 @@ generator = np.random.Generator(np.random.Philox(1))
 doubles = np.zeros(LARGE, dtype=np.float64)
 floats = np.zeros(LARGE, dtype=np.float32)
 
-report("Uniform<Philox, float>", lambda: generator.random(dtype=np.float32, out=floats))
-report("Integers<Philox, signed char>", lambda: generator.integers(0, 99, LARGE, dtype=np.int8, endpoint=True))
-report("Integers<Philox, long>", lambda: generator.integers(0, 99, LARGE, dtype=np.int64, endpoint=True))
-report("NormalOfBoxMuller<Philox, float>", lambda: generator.standard_normal(dtype=np.float32, out=floats))
 for name in ("Philox", "ThreeFry", "Mrg32k3a"):
-    report(f"Uniform<{name}, double>", lambda: generator.random(out=doubles))
-    report(f"Integers<{name}, int>", lambda: generator.integers(0, 99, LARGE, dtype=np.int32, endpoint=True))
-    report(f"NormalByInversion<{name}, double>", lambda: generator.standard_normal(out=doubles))
-for name in ("Philox", "ThreeFry"):
-    report(f"NormalOfBoxMuller<{name}, double>", lambda: generator.standard_normal(out=doubles))
+    for element, out in (("double", doubles), ("float", floats)):
+        normal = partial(generator.standard_normal, dtype=out.dtype, out=out)
+        report(f"Uniform<{name}, {element}>", partial(generator.random, dtype=out.dtype, out=out))
+        report(f"NormalByInversion<{name}, {element}>", normal)
+        if name != "Mrg32k3a":
+            report(f"NormalOfBoxMuller<{name}, {element}>", normal)
+    for element, dtype in (("signed char", np.int8), ("int", np.int32), ("long", np.int64)):
+        integers = partial(generator.integers, 0, 99, LARGE, dtype=dtype, endpoint=True)
+        report(f"Integers<{name}, {element}>", integers)

@@ -45,7 +45,7 @@ namespace gpuruntime {
 ///   `n`.
 /// - Each element has a uniform value u in double precision. From Philox and Threefry, u = fma(v, c, c) with
 ///   a 53-bit integer v and c = 2^-53 - 2^-106, so u runs from c to 1 - 2^-53, both included. From MRG32k3a,
-///   u lies in [0, 1), and is 0 where both steps give 0.
+///   u lies in [0, 1), 0 included.
 /// - All arithmetic is in double precision and agrees bit for bit between devices, but for the logarithm,
 ///   sine, cosine and inverse error function of the normal values, which are the device's: those may differ
 ///   in the last places.

@@ -59,7 +59,7 @@ struct Linspace {
 ///
 /// Integer-valued real exponents are exact powers of ten where the device's `pow` makes them so; those beyond
 /// 32 bits saturate, which still gives infinity or 0. A complex exponent with a zero imaginary part and an
-/// integer real part is a repeated square of 10; any other goes through exp(z ln 10).
+/// integer real part below 2^52 in magnitude is a repeated square of 10; any other goes through exp(z ln 10).
 ///
 /// Types: `float`, `double`, `float2`, `double2`.
 ///

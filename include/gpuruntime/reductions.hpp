@@ -187,8 +187,8 @@ struct HasNaNOrInf {
     };
 };
 
-/// The largest element. With `includeNaN` false +0 is above -0; with true the two zeros are equal and either
-/// may be the result. For integers and `bool`, `includeNaN` makes no difference.
+/// The largest element. With `includeNaN` false the real +0 is above -0; with true the two are equal, and the
+/// one that is combined later is the result. For integers and `bool`, `includeNaN` makes no difference.
 ///
 /// Types: `bool`, the eight integer types of 1 to 8 bytes, `float`, `double`, `float2`, `double2`.
 ///

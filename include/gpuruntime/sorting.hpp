@@ -7,26 +7,26 @@ namespace gpuruntime {
 /// The sorts of this header work in place and on the default stream: they take no stream, serialise with
 /// other work there, and have finished when they return. Temporary device memory is allocated within the
 /// call. A failed allocation or launch throws `thrust::system::detail::bad_alloc`, `std::bad_alloc` or
-/// `thrust::system::system_error`, and leaves the arrays partly sorted.
+/// `thrust::system::system_error`, and leaves the arrays partly sorted. After a failed allocation every value
+/// is still there, beside what moves with it.
 ///
 /// Element types of the sorts: `long`, `unsigned long`, `double`, `double2`.
 ///
 /// Order:
 /// - Real values without `indices` go by bit pattern: -0 comes before +0. Where `indices` travel along, both
-/// zeros are
-///   equal.
+///   zeros are equal.
 /// - `double2` values go by magnitude, then by phase angle in [-pi, pi], as the device's `hypot` and `atan2`
-/// give them.
-///   Magnitudes that overflow are compared at half the values; magnitudes that are equal by rounding, with
-///   one larger part, by the smaller part. So -1 comes after 1, and a real value of negative sign after its
-///   opposite.
+///   give them. Magnitudes that overflow are compared at half the values; magnitudes that are equal by
+///   rounding, with one larger part, by the smaller part. So -1 comes after 1, and a real value of negative
+///   sign after its opposite.
 /// - Equal values keep their order, whether ascending or descending. All sorts are stable.
 /// - With `hasNaN` true, NaNs keep their order at the end if `ascending`, at the start if not. A complex
-/// value is NaN
-///   if either part is. With `hasNaN` false and NaNs among the values, the result is not defined; the library
-///   does not look for NaN by itself. For integers `hasNaN` means nothing.
+///   value is NaN if either part is. With `hasNaN` false and NaNs among the values, the result is not
+///   defined; the library does not look for NaN by itself. For integers `hasNaN` means nothing.
 ///
-/// 2^31 elements or more are outside what the sorts can count.
+/// `SimpleSort`, `SortMatrix`, `SortMatrixIndex`, and `SortVector` of real values without `indices`, take
+/// fewer than 2^31 elements, which is what a radix sort counts to; more are not detected. `SortVector` of
+/// `double2`, or with `indices`, has no limit but memory.
 
 /// Sorts the `n` values of `data`. `indices`, if not null, holds `n` numbers that move with their values; the
 /// caller fills it, for instance with 1 to `n`.
@@ -103,7 +103,8 @@ struct SortrowsIndex {
 };
 
 /// Whether the `n` values of `data` ascend in the order of `SortVector`: NaNs last, equal values in any
-/// number, complex values by magnitude and then by phase. True for `n` of 0 and 1.
+/// number, complex values by magnitude and then by phase. True for `n` of 0 and 1. A complex value is NaN
+/// here if its magnitude is: one with an infinite part is not, even if the other part is NaN.
 ///
 /// Waits for the stream. True as well when a call of the runtime failed on the way. Calls share one device
 /// symbol, so two of them must not overlap.

@@ -21,8 +21,11 @@ struct Family {
     std::function<void(unsigned long n, double* out, CUstream_st* stream)> call;
 };
 
+// One element more than a block has threads.
+constexpr unsigned long size = 257;
+
 DeviceArray<double>& positions() {
-    static DeviceArray<double> array({1, 2, 3, 4});
+    static DeviceArray<double> array(std::vector<double>(size, 1));
     return array;
 }
 
@@ -53,6 +56,12 @@ class RangesAndFills : public ::testing::TestWithParam<Family> {
     RangesAndFills() { reset(); }
     ~RangesAndFills() override { reset(); }
 
+    static void expectExtents(dim3 expected, dim3 actual) {
+        EXPECT_EQ(expected.x, actual.x);
+        EXPECT_EQ(expected.y, actual.y);
+        EXPECT_EQ(expected.z, actual.z);
+    }
+
   private:
     static void reset() {
         hostdevice::clearFailures();
@@ -63,17 +72,21 @@ class RangesAndFills : public ::testing::TestWithParam<Family> {
 TEST_P(RangesAndFills, LaunchTheirKernelOnceOnTheCallersStream) {
     cudaStream_t stream = nullptr;
     ASSERT_EQ(cudaSuccess, cudaStreamCreate(&stream));
-    DeviceArray<double> out(4);
+    DeviceArray<double> out(size);
     positions();
     {
         hostdevice::Recording const recording;
-        GetParam().call(4, out.data(), stream);
+        GetParam().call(size, out.data(), stream);
         auto const calls = recording.calls();
         ASSERT_EQ(2u, calls.size());
         EXPECT_EQ("cudaFuncGetAttributes", calls[0].name);
         EXPECT_EQ("cudaLaunchKernel", calls[1].name);
         EXPECT_EQ(stream, calls[1].stream);
-        EXPECT_NE(std::string::npos, recording.launches().at(0).kernel.find(GetParam().name));
+        auto const launch = recording.launches().at(0);
+        EXPECT_NE(std::string::npos, launch.kernel.find("elementwisedetail::singleStepKernel<"));
+        EXPECT_NE(std::string::npos, launch.kernel.find(GetParam().name));
+        expectExtents({2, 1, 1}, launch.grid);
+        expectExtents({256, 1, 1}, launch.block);
     }
     EXPECT_FALSE(out.untouched());
     EXPECT_EQ(cudaSuccess, cudaStreamDestroy(stream));
@@ -103,6 +116,10 @@ TEST_P(RangesAndFills, LeaveFailedAttributesToTheRuntimesLastError) {
     GetParam().call(4, out.data(), nullptr);
     EXPECT_NE(cudaSuccess, cudaGetLastError());
     EXPECT_TRUE(out.untouched());
+}
+
+TEST(RangesAndFillsDeathTest, AnArrayThatTheDeviceCannotReachIsAnAccessFault) {
+    EXPECT_DEATH(Colon::Invoker<double>()(nullptr, 4, nullptr, 0, 1, 3), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(All, RangesAndFills, ::testing::ValuesIn(families),

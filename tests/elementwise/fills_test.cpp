@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <type_traits>
 #include <vector>
 
 #include "tests/support/device_array.hpp"
@@ -15,6 +16,18 @@ namespace {
 
 using testing::DeviceArray;
 using testing::Elements;
+
+// A family and its invokers hold nothing, and the operator returns nothing.
+template <class Family, class T, class... Arguments>
+constexpr bool isStatelessAndSilent =
+    std::conjunction_v<std::is_empty<Family>, std::is_empty<typename Family::template Invoker<T>>,
+                       std::is_void<std::invoke_result_t<typename Family::template Invoker<T> const,
+                                                         CUstream_st*, unsigned long, T*, Arguments...>>>;
+static_assert(isStatelessAndSilent<Eye, double, unsigned long>);
+static_assert(isStatelessAndSilent<GenericOnes, unsigned long, unsigned long>);
+static_assert(isStatelessAndSilent<FillArrayWithRunningIndex, double, unsigned long, unsigned long, double>);
+static_assert(isStatelessAndSilent<movfun::FillMovVector, double, double const*, unsigned long, unsigned long,
+                                   unsigned long, double>);
 
 // --- Eye ---
 
@@ -212,6 +225,13 @@ TYPED_TEST(FillMovVectorOf, ExampleOfTheHeader) {
 TYPED_TEST(FillMovVectorOf, AddsBothEndsForAWindowWiderThanTheData) {
     // 3 slots before position 1 and 2 past the end: 10 + 3 * 2 + 2 * 2.
     testing::expectSameBits(Elements<TypeParam>{20}, this->run({10}, {1}, 2, 3, 3, 2));
+}
+
+TYPED_TEST(FillMovVectorOf, RoundsTheCountOfSlotsToTheElementType) {
+    // 2^24 + 1 slots are 2^24 in `float`.
+    bool const isFloat = std::is_same_v<TypeParam, float>;
+    testing::expectSameBits(Elements<TypeParam>{isFloat ? TypeParam(50331648) : TypeParam(50331651)},
+                            this->run({0}, {1}, 1, 16777217, 0, 3));
 }
 
 TYPED_TEST(FillMovVectorOf, CutsFractionsAndTakesWhatIsBelowOneAsOne) {

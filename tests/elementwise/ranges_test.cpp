@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "tests/support/device_array.hpp"
@@ -23,6 +24,17 @@ double const nan = std::numeric_limits<double>::quiet_NaN();
 using RealNumericTypes = ::testing::Types<signed char, unsigned char, short, unsigned short, int,
                                           unsigned int, long, unsigned long, float, double>;
 using FloatingTypes = ::testing::Types<float, double, float2, double2>;
+
+// A family and its invokers hold nothing, and the operator returns nothing.
+template <class Family, class T, class... Arguments>
+constexpr bool isStatelessAndSilent =
+    std::conjunction_v<std::is_empty<Family>, std::is_empty<typename Family::template Invoker<T>>,
+                       std::is_void<std::invoke_result_t<typename Family::template Invoker<T> const,
+                                                         CUstream_st*, unsigned long, T*, Arguments...>>>;
+static_assert(isStatelessAndSilent<Colon, double, double, double, double>);
+static_assert(isStatelessAndSilent<IntColon, double, double, double>);
+static_assert(isStatelessAndSilent<Linspace, double, double, double>);
+static_assert(isStatelessAndSilent<Logspace, double, double, double>);
 
 // --- References ---
 
@@ -263,6 +275,25 @@ TYPED_TEST(IntColonOf, OfNoElementsWritesNothing) {
     EXPECT_TRUE(out.untouched());
 }
 
+TEST(Ranges, RunFromSeveralThreadsOnTheirOwnStreams) {
+    unsigned long const n = 100000;
+    Elements<double> const expected = colonReference<double>(n, 0, 1, n - 1.0);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            cudaStream_t stream = nullptr;
+            ASSERT_EQ(cudaSuccess, cudaStreamCreate(&stream));
+            DeviceArray<double> out(n);
+            Colon::Invoker<double>()(stream, n, out.data(), 0, 1, n - 1.0);
+            EXPECT_EQ(cudaSuccess, cudaGetLastError());
+            EXPECT_EQ(cudaSuccess, cudaStreamSynchronize(stream));
+            testing::expectSameBits(expected, out.values());
+            EXPECT_EQ(cudaSuccess, cudaStreamDestroy(stream));
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+}
+
 // --- Linspace ---
 
 TEST(Linspace, OfOneElementIsTheLast) { testing::expectSameBits(Doubles{7}, linspace<double>(1, 3, 7)); }
@@ -382,6 +413,13 @@ TEST(Logspace, OfHugeComplexIntegersIsInfinityOrZero) {
     testing::expectSameBits(Elements<double2>{{0, 0}, {inf, 0}}, logspace<double2>(2, {-1e10, 0}, {1e10, 0}));
     testing::expectSameBits(Elements<double2>{{0, 0}, {inf, 0}},
                             logspace<double2>(2, {-400, -0.0}, {400, 0}));
+}
+
+TEST(Logspace, OfComplexIntegersFrom2To52OnGoesThroughTheExponential) {
+    // Infinity times the sine of 0 is NaN; no repeated square has an imaginary part.
+    testing::expectSameValues(Elements<double2>{{inf, nan}}, logspace<double2>(1, {0, 0}, {0x1p52, 0}));
+    testing::expectSameValues(Elements<double2>{{inf, nan}}, logspace<double2>(1, {0, 0}, {inf, 0}));
+    testing::expectSameValues(Elements<double2>{{0, 0}}, logspace<double2>(1, {0, 0}, {-0x1p52, 0}));
 }
 
 TEST(Logspace, OfAComplexExponentWithoutAnImaginaryPartIsReal) {

@@ -138,6 +138,32 @@ TEST_F(Calculators, Block2DHoldsWholeRows) {
               fields(computeBlock2D(withMaxThreads(128), 256, 50)));
 }
 
+// Extents that callers keep out are divisions by zero, which no calculator makes safe.
+using CalculatorsDeathTest = Calculators;
+
+TEST_F(CalculatorsDeathTest, Block2DDividesByAZeroExtent) {
+    EXPECT_DEATH(computeBlock2D(full, 0, 5), "");
+    EXPECT_DEATH(computeBlock2D(full, 256, 0), "");
+}
+
+TEST_F(CalculatorsDeathTest, Block3DDividesByAZeroExtent) {
+    auto const& properties = *getCurrentDeviceProperties();
+    EXPECT_DEATH(computeBlock3D(properties, full, 0, 5, 1), "");
+    EXPECT_DEATH(computeBlock3D(properties, full, 5, 0, 1), "");
+}
+
+TEST_F(CalculatorsDeathTest, Fixed2DBlockDividesByAZeroBlock) {
+    EXPECT_DEATH(computeFixed2DBlockShape(5, 5, 0, 8), "");
+    EXPECT_DEATH(computeFixed2DBlockShape(5, 5, 8, 0), "");
+    EXPECT_DEATH(computeFixed2DBlockWithPagesShape(5, 5, 1, 0, 8), "");
+    EXPECT_DEATH(computeFixed2DBlockWithPagesShape(5, 5, 1, 8, 0), "");
+}
+
+TEST_F(Calculators, Block2DWithoutRowsIsThatOfShortRows) {
+    EXPECT_EQ((std::array<unsigned long, 3>{100, 2, 1}), fields(computeBlock2D(full, 100, 0)));
+    EXPECT_EQ((std::array<unsigned long, 3>{255, 1, 1}), fields(computeBlock2D(full, 255, 0)));
+}
+
 TEST_F(Calculators, Elementwise2DFitsInOneStep) {
     EXPECT_EQ((Stepped2D{1, 1, 100, 2, 1, 1, 25, 1}), fields(computeElementwise2DShape(full, full, 100, 50)));
 }
@@ -259,6 +285,7 @@ TEST_F(Calculators, FixedNumBlocksTakesTheKernelsBlock) {
 
 TEST_F(Calculators, Fixed2DBlockKeepsTheGivenBlock) {
     EXPECT_EQ((Stepped2D{1, 1, 16, 16, 1, 1, 1, 1}), fields(computeFixed2DBlockShape(0, 0, 16, 16)));
+    EXPECT_EQ((Stepped2D{1, 1, 0, 8, 1, 1, 3, 1}), fields(computeFixed2DBlockShape(0, 24, 0, 8)));
     EXPECT_EQ((Stepped2D{1, 1, 16, 8, 1, 2, 3, 1}), fields(computeFixed2DBlockShape(17, 24, 16, 8)));
     store(4, 2);
     EXPECT_EQ((Stepped2D{4, 1, 16, 8, 1, 2, 1, 1}), fields(computeFixed2DBlockShape(17, 24, 16, 8)));

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "atomics.hpp"
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
 #include "tests/support/values.hpp"
@@ -58,6 +59,21 @@ TEST(FlatFrame, SpareBlocksOfAFoldWriteNothing) {
 
 TEST(FlatFrame, ACountOf2To32IsSeenAsZero) {
     testing::expectSameBits(std::vector<unsigned int>(5, 0), flatRun(1ul << 32, 5));
+}
+
+// Atomic, because indices wrap: the first block and the one 2^32 threads on store at the same places.
+struct StoreCount {
+    static GPU_DEVICE void apply(elementwisedetail::Position at, unsigned int* out) {
+        backend::atomicCompareAndSwap(out[at.i], 0, at.n);
+    }
+};
+
+TEST(FlatFrame, ACountAbove2To32IsSeenModulo2To32) {
+    DeviceArray<unsigned int> out(std::vector<unsigned int>(300, 0));
+    EXPECT_EQ(cudaSuccess, elementwisedetail::launch<StoreCount>(nullptr, (1ul << 32) + 5, out.data()));
+    std::vector<unsigned int> expected(300, 0);
+    std::fill_n(expected.begin(), 5, 5);
+    testing::expectSameBits(expected, out.values());
 }
 
 TEST(FlatFrame, RunsOnAStreamOfTheCaller) {

@@ -79,6 +79,24 @@ TEST(Fixed1DBlock, HandsSpareBlocksOfAFoldToTheFunctor) {
     testing::expectSameBits(Words{225, 225, 225, 225, 225, 225, 225, 225, 225, 0}, marks.values());
 }
 
+struct NumberThreads {
+    static GPU_DEVICE void apply(cuda::Fixed1DBlockIterator const& block, unsigned int* out,
+                                 unsigned int* size) {
+        block.threads.forEach([&](unsigned int t) { out[t] += t + 1; });
+        block.threads.forEach(1, [&](unsigned int) { *size = block.threads.size(); });
+    }
+};
+
+TEST(Fixed1DBlock, NumbersTheThreadsOfATwoDimensionalBlock) {
+    constexpr auto kernel =
+        &fixed1dblockdetail::singleStepKernel<NumberThreads, unsigned int*, unsigned int*>;
+    DeviceArray<unsigned int> out(Words(32, 0)), size(1);
+    internal::LaunchShape const shape{8, 4, 1, 1, 1, 1};
+    EXPECT_EQ(cudaSuccess, internal::launchKernel<kernel>(shape, nullptr, 32, 32, out.data(), size.data()));
+    testing::expectSameBits(ascending(32), out.values());
+    testing::expectSameBits(Words{32}, size.values());
+}
+
 // --- One dimension, blocks and block size given ---
 
 // A strided walk keeps each thread's order: a per-thread value folds its elements with a non-commutative
@@ -371,6 +389,23 @@ TEST(Fixed2DBlockWithPages, EachPageWalksItsDiagonalFromTheFirstBlock) {
     }
     testing::expectSameBits(expected, visits.values());
     testing::expectSameBits(Words{4, 4, 3}, seen.values());
+}
+
+TEST(Fixed2DBlockWithPages, AMultiStepKernelWithoutStepsAppliesOnce) {
+    constexpr auto kernel =
+        &fixed2dblockwithpagesdetail::multiStepKernel<RecordPages, unsigned int*, unsigned int*>;
+    Words once(512, 0);
+    once[0] = 1;
+    for (unsigned int stepsXY : {0u, 1u}) {
+        for (unsigned int stepsZ : {0u, 1u}) {
+            DeviceArray<unsigned int> visits(Words(512, 0)), seen(3);
+            internal::LaunchShape const shape{4, 4, 1, 1, 1, 1};
+            EXPECT_EQ(cudaSuccess,
+                      internal::launchKernel<kernel>(shape, nullptr, 16, 4, 4, 1, 1, 1, 1, 1, 1, stepsXY,
+                                                     stepsZ, visits.data(), seen.data()));
+            testing::expectSameBits(once, visits.values());
+        }
+    }
 }
 
 }  // namespace

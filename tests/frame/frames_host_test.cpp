@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <host_device.hpp>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,12 @@ using NumBlocks = Block<cuda::FixedNumBlocksIterator>;
 using Tile = Block<cuda::Fixed2DBlockIterator>;
 using PagedTile = Block<cuda::Fixed2DBlockWithPagesIterator>;
 
+// For grids of more blocks than the array has elements.
+template <class At>
+struct Idle {
+    static GPU_DEVICE void apply(At const&, int*) {}
+};
+
 class FramesOnTheHostDevice : public ::testing::Test {
   protected:
     FramesOnTheHostDevice() { reset(); }
@@ -58,6 +65,21 @@ class FramesOnTheHostDevice : public ::testing::Test {
 
     static bool isKernel(std::string const& name, std::string const& wanted) {
         return name.find(wanted) != std::string::npos;
+    }
+
+    // A small launch of each frame.
+    std::vector<std::function<cudaError()>> launchesOfAllFrames() {
+        return {
+            [this] { return elementwisedetail::launch<Flat>(stream, 10, out.data()); },
+            [this] { return elementwise2ddetail::launch<Plane>(stream, 10, 10, out.data()); },
+            [this] { return elementwise3ddetail::launch<Volume>(stream, 10, 10, 10, out.data()); },
+            [this] { return fixed1dblockdetail::launch<Block1D>(stream, 10, 64, out.data()); },
+            [this] { return fixed1dblockand1dgriddetail::launch<BlockAndGrid>(stream, 64, 1, out.data()); },
+            [this] { return fixednumblocksdetail::launch<NumBlocks>(stream, 1, out.data()); },
+            [this] { return fixed2dblockdetail::launch<Tile>(stream, 16, 16, 16, 16, out.data()); },
+            [this] {
+                return fixed2dblockwithpagesdetail::launch<PagedTile>(stream, 16, 16, 1, 16, 16, out.data());
+            }};
     }
 
     DeviceArray<int> out = DeviceArray<int>(100000);
@@ -147,6 +169,57 @@ TEST_F(FramesOnTheHostDevice, VolumeAsksForTheMultiStepKernelFirst) {
     EXPECT_TRUE(isKernel(recording.launches().at(0).kernel, "elementwise3ddetail::multiStepKernel<"));
 }
 
+TEST_F(FramesOnTheHostDevice, SteppedVolumeTakesTheBlockOfTheMultiStepKernel) {
+    hostdevice::Limits limits;
+    limits.kernels = {{"elementwise3ddetail::multiStepKernel", 50}};
+    hostdevice::setLimits(limits);
+    GridLimits const grid(65535, 65535, 1);
+    Recording const recording;
+    EXPECT_EQ(cudaSuccess, elementwise3ddetail::launch<Volume>(stream, 10, 5, 9, out.data()));
+    EXPECT_TRUE(isKernel(recording.launches().at(0).kernel, "elementwise3ddetail::multiStepKernel<"));
+    EXPECT_EQ((Shape{1, 1, 1, 10, 5, 1}), shape(recording.launches().at(0)));
+}
+
+TEST_F(FramesOnTheHostDevice, AGridOneBlockOverTheDevicesLimitTakesTheMultiStepKernel) {
+    using IdlePlane = Idle<elementwise2ddetail::Position>;
+    using IdlePages = Idle<cuda::Fixed2DBlockWithPagesIterator>;
+    Recording const recording;
+    EXPECT_EQ(cudaSuccess, elementwise2ddetail::launch<IdlePlane>(stream, 256, 65535, out.data()));
+    EXPECT_EQ(cudaSuccess, elementwise2ddetail::launch<IdlePlane>(stream, 256, 65536, out.data()));
+    EXPECT_EQ(cudaSuccess,
+              fixed2dblockwithpagesdetail::launch<IdlePages>(stream, 16, 16, 65536, 16, 16, out.data()));
+    auto const launches = recording.launches();
+    ASSERT_EQ(3u, launches.size());
+    EXPECT_TRUE(isKernel(launches[0].kernel, "elementwise2ddetail::singleStepKernel<"));
+    EXPECT_EQ((Shape{1, 65535, 1, 256, 1, 1}), shape(launches[0]));
+    EXPECT_TRUE(isKernel(launches[1].kernel, "elementwise2ddetail::multiStepKernel<"));
+    EXPECT_EQ((Shape{1, 16384, 1, 256, 1, 1}), shape(launches[1]));
+    EXPECT_TRUE(isKernel(launches[2].kernel, "fixed2dblockwithpagesdetail::multiStepKernel<"));
+    EXPECT_EQ((Shape{1, 1, 32768, 16, 16, 1}), shape(launches[2]));
+}
+
+TEST_F(FramesOnTheHostDevice, LaunchesTakeNoDynamicSharedMemory) {
+    hostdevice::Limits limits;
+    limits.sharedMemPerBlock = 0;
+    hostdevice::setLimits(limits);
+    for (auto const& launch : launchesOfAllFrames()) EXPECT_EQ(cudaSuccess, launch());
+}
+
+TEST_F(FramesOnTheHostDevice, CalculatorsCallNothing) {
+    cudaFuncAttributes attributes{};
+    attributes.maxThreadsPerBlock = 1024;
+    Recording const recording;
+    internal::computeElementwiseShape(attributes, 1000);
+    internal::computeElementwise2DShape(attributes, attributes, 100, 50);
+    internal::computeElementwise3DShape(attributes, attributes, 10, 5, 9);
+    internal::computeFixed1DBlockShape(100, 64);
+    internal::computeFixed1DBlockAnd1DGridShape(attributes, 64, 3);
+    internal::computeFixedNumBlocksShape(attributes, 3);
+    internal::computeFixed2DBlockShape(16, 16, 16, 16);
+    internal::computeFixed2DBlockWithPagesShape(16, 16, 2, 16, 16);
+    EXPECT_TRUE(recording.calls().empty());
+}
+
 TEST_F(FramesOnTheHostDevice, FixedBlocksAskForAttributesOnlyInOneDimensionWithAGivenGrid) {
     Recording const recording;
     EXPECT_EQ(cudaSuccess, fixed1dblockdetail::launch<Block1D>(stream, 100, 64, out.data()));
@@ -206,16 +279,7 @@ TEST_F(FramesOnTheHostDevice, AFailedLaunchIsTheStatusAndRunsNothing) {
         EXPECT_EQ(0u, hostdevice::clearFailures());
         EXPECT_TRUE(out.untouched());
     };
-    failing([&] { return elementwisedetail::launch<Flat>(stream, 10, out.data()); });
-    failing([&] { return elementwise2ddetail::launch<Plane>(stream, 10, 10, out.data()); });
-    failing([&] { return elementwise3ddetail::launch<Volume>(stream, 10, 10, 10, out.data()); });
-    failing([&] { return fixed1dblockdetail::launch<Block1D>(stream, 10, 64, out.data()); });
-    failing([&] { return fixed1dblockand1dgriddetail::launch<BlockAndGrid>(stream, 64, 1, out.data()); });
-    failing([&] { return fixednumblocksdetail::launch<NumBlocks>(stream, 1, out.data()); });
-    failing([&] { return fixed2dblockdetail::launch<Tile>(stream, 16, 16, 16, 16, out.data()); });
-    failing([&] {
-        return fixed2dblockwithpagesdetail::launch<PagedTile>(stream, 16, 16, 1, 16, 16, out.data());
-    });
+    for (auto const& launch : launchesOfAllFrames()) failing(launch);
     GridLimits const grid(1, 1, 1);
     failing([&] { return elementwise2ddetail::launch<Plane>(stream, 300, 10, out.data()); });
     failing([&] { return elementwise3ddetail::launch<Volume>(stream, 300, 10, 10, out.data()); });
@@ -262,14 +326,21 @@ TEST_F(FramesOnTheHostDevice, ReadingTheErrorWordIsACopyAndAWait) {
     Recording const recording;
     EXPECT_EQ(1000u, internal::readErrorWord(__KVX_PTX_ERROR_CODE, stream));
     EXPECT_EQ((Names{"cudaMemcpyFromSymbolAsync", "cudaStreamSynchronize"}), names(recording));
+    EXPECT_EQ("__KVX_PTX_ERROR_CODE", recording.calls()[0].symbol);
+    EXPECT_EQ(4u, recording.calls()[0].bytes);
     EXPECT_EQ(stream, recording.calls()[0].stream);
     EXPECT_EQ(stream, recording.calls()[1].stream);
 }
 
 TEST_F(FramesOnTheHostDevice, AnErrorWordThatCannotBeReadIs1063) {
     ASSERT_EQ(cudaSuccess, internal::resetErrorWord(__KVX_PTX_ERROR_CODE, stream));
-    hostdevice::failNextCall("cudaMemcpyFromSymbolAsync", cudaErrorUnknown);
-    EXPECT_EQ(1063u, internal::readErrorWord(__KVX_PTX_ERROR_CODE, stream));
+    {
+        // The stream is waited for even so.
+        hostdevice::failNextCall("cudaMemcpyFromSymbolAsync", cudaErrorUnknown);
+        Recording const recording;
+        EXPECT_EQ(1063u, internal::readErrorWord(__KVX_PTX_ERROR_CODE, stream));
+        EXPECT_EQ((Names{"cudaMemcpyFromSymbolAsync", "cudaStreamSynchronize"}), names(recording));
+    }
     hostdevice::failNextCall("cudaStreamSynchronize", cudaErrorUnknown);
     EXPECT_EQ(1063u, internal::readErrorWord(__KVX_PTX_ERROR_CODE, stream));
     EXPECT_EQ(1000u, internal::readErrorWord(__KVX_PTX_ERROR_CODE, stream));

@@ -1,4 +1,5 @@
-// Storing properties when memory runs out. This file replaces the program's allocation functions.
+// The stored properties and the calculators when memory runs out. This file replaces the program's allocation
+// functions.
 
 #include <gtest/gtest.h>
 
@@ -6,6 +7,7 @@
 #include <new>
 
 #include "frame/device_properties.hpp"
+#include "frame/shape.hpp"
 #include "tests/support/device_limits.hpp"
 
 namespace {
@@ -48,6 +50,29 @@ TEST(DeviceProperties, AStoreWithoutMemoryThrowsAndKeepsTheRecord) {
     EXPECT_EQ(before, getCurrentDeviceProperties());
     EXPECT_EQ(7u, getCurrentDeviceProperties()->maxGridDimX);
     gpuruntime::testing::storeCurrentProperties();
+}
+
+TEST(CalculatorsWithoutMemory, DoNotThrow) {
+    cudaFuncAttributes attributes{};
+    attributes.maxThreadsPerBlock = 1024;
+
+    bool threw = false;
+    outOfMemory = true;
+    try {
+        computeElementwiseShape(attributes, 1000);
+        computeElementwise2DShape(attributes, attributes, 100, 50);
+        computeElementwise3DShape(attributes, attributes, 10, 5, 9);
+        computeFixed1DBlockShape(100, 64);
+        computeFixed1DBlockAnd1DGridShape(attributes, 64, 3);
+        computeFixedNumBlocksShape(attributes, 3);
+        computeFixed2DBlockShape(16, 16, 16, 16);
+        computeFixed2DBlockWithPagesShape(16, 16, 2, 16, 16);
+    } catch (std::bad_alloc const&) {
+        threw = true;
+    }
+    outOfMemory = false;
+
+    EXPECT_FALSE(threw);
 }
 
 }  // namespace

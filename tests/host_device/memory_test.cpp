@@ -1,5 +1,6 @@
 // Allocation, copies, fills and device symbols.
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <limits>
@@ -141,6 +142,42 @@ TEST_F(Copy, nullPointerIsInvalid) {
     EXPECT_EQ(cudaMemsetAsync(nullptr, 0, 4, nullptr), cudaErrorInvalidValue);
 }
 
+TEST_F(Copy, bytesBeyondTheEndOfTheirBlockAreInvalidAndChangeNothing) {
+    constexpr size_t largest = std::numeric_limits<size_t>::max();
+    std::array<char*, 3> blocks{};
+    for (char*& block : blocks) {
+        ASSERT_EQ(cudaMalloc(&block, 16), cudaSuccess);
+        ASSERT_EQ(cudaMemset(block, 7, 16), cudaSuccess);
+    }
+    for (char* const block : blocks) {
+        EXPECT_EQ(cudaMemcpy(block + 4, source_.data(), 13, cudaMemcpyHostToDevice), cudaErrorInvalidValue);
+        EXPECT_EQ(cudaMemcpyAsync(block + 15, source_.data(), 2, cudaMemcpyHostToDevice, nullptr),
+                  cudaErrorInvalidValue);
+        EXPECT_EQ(cudaMemcpy(destination_.data(), block + 4, 13, cudaMemcpyDeviceToHost),
+                  cudaErrorInvalidValue);
+        EXPECT_EQ(cudaMemcpy(blocks[0], block, 17, cudaMemcpyDeviceToDevice), cudaErrorInvalidValue);
+        EXPECT_EQ(cudaMemcpy(destination_.data(), block + 1, largest, cudaMemcpyDefault),
+                  cudaErrorInvalidValue);
+        EXPECT_EQ(cudaMemset(block, 0, 17), cudaErrorInvalidValue);
+        EXPECT_EQ(cudaMemsetAsync(block + 15, 0, 2, nullptr), cudaErrorInvalidValue);
+        EXPECT_TRUE(std::all_of(block, block + 16, [](char byte) { return byte == 7; }));
+    }
+    EXPECT_EQ(destination_, (std::array{-1, -1, -1, -1}));
+    for (char* const block : blocks) {
+        EXPECT_EQ(cudaFree(block), cudaSuccess);
+    }
+}
+
+TEST_F(Copy, bytesUpToTheEndOfTheirBlockAreCopied) {
+    char* block = nullptr;
+    ASSERT_EQ(cudaMalloc(&block, 16), cudaSuccess);
+    EXPECT_EQ(cudaMemcpy(block, source_.data(), 16, cudaMemcpyHostToDevice), cudaSuccess);
+    EXPECT_EQ(cudaMemset(block + 12, 0, 4), cudaSuccess);
+    EXPECT_EQ(cudaMemcpy(destination_.data() + 2, block + 8, 8, cudaMemcpyDeviceToHost), cudaSuccess);
+    EXPECT_EQ(destination_, (std::array{-1, -1, 3, 0}));
+    EXPECT_EQ(cudaFree(block), cudaSuccess);
+}
+
 TEST_F(Copy, ofNoBytesSucceeds) {
     EXPECT_EQ(cudaMemcpy(nullptr, nullptr, 0, cudaMemcpyHostToDevice), cudaSuccess);
     EXPECT_EQ(cudaMemcpyAsync(nullptr, nullptr, 0, cudaMemcpyHostToDevice, nullptr), cudaSuccess);
@@ -219,6 +256,17 @@ TEST_F(Symbols, bytesBeyondTheEndAreInvalidAndCopyNothing) {
     EXPECT_EQ(cudaMemcpyFromSymbolAsync(destination_.data(), table, 4, largest - 3), cudaErrorInvalidValue);
     expectTable(10, 20, 30, 40);
     EXPECT_EQ(destination_, (std::array{-1, -1, -1, -1}));
+}
+
+TEST_F(Symbols, areNotCopiedBeyondTheEndOfABlock) {
+    char* block = nullptr;
+    ASSERT_EQ(cudaMalloc(&block, 6), cudaSuccess);
+    ASSERT_EQ(cudaMemset(block, 7, 6), cudaSuccess);
+    EXPECT_EQ(cudaMemcpyToSymbol(table, block, 8), cudaErrorInvalidValue);
+    EXPECT_EQ(cudaMemcpyFromSymbol(block + 4, table, 4), cudaErrorInvalidValue);
+    expectTable(10, 20, 30, 40);
+    EXPECT_TRUE(std::all_of(block, block + 6, [](char byte) { return byte == 7; }));
+    EXPECT_EQ(cudaFree(block), cudaSuccess);
 }
 
 TEST_F(Symbols, acceptTheKindsOfTheirDirection) {

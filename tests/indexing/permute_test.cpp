@@ -193,12 +193,13 @@ TYPED_TEST(PermuteOfSize, FoldsAndStepsWhereTheGridExceedsALimit) {
             SCOPED_TRACE(::testing::Message() << (limitX ? "x " : "y ") << limit);
             testing::GridLimits const limits(limitX ? limit : 65535, limitX ? 65535 : limit);
             if (limitX) {
-                // Runs: 13, 3 and 12 blocks, folded.
+                // Runs: 2, 3, 4 and 14 blocks, folded; limits of 3 and 5 give the last a spare block.
                 expectPermuted<TypeParam>({5, 2, 13}, {1, 3, 2});
                 expectPermuted<TypeParam>({1000, 3}, {1, 2});
                 expectPermuted<TypeParam>({300, 3, 2}, {1, 3, 2});
+                expectPermuted<TypeParam>({40, 65, 7}, {1, 3, 2});
             }
-            // Tiles: 7 blocks before, and 11 blocks from, the dimension that turns; not both stepped at once.
+            // Tiles: 14 by 1, 2 by 11, 7 by 2, 1 by 22, 2 by 3 and 3 by 2 blocks, stepped in one direction.
             expectPermuted<TypeParam>({20, 7, 18}, {3, 2, 1});
             expectPermuted<TypeParam>({20, 11, 18}, {3, 1, 2});
             expectPermuted<TypeParam>({18, 7, 20}, {3, 2, 1});
@@ -207,6 +208,25 @@ TYPED_TEST(PermuteOfSize, FoldsAndStepsWhereTheGridExceedsALimit) {
             expectPermuted<TypeParam>({20, 5000}, {2, 1});
         }
     }
+}
+
+TYPED_TEST(PermuteOfSize, StepsInBothDirections) {
+    testing::GridLimits const limits(1, 1);
+    // One block does the work of 3 by 3. It walks the diagonal of 4 by 4, along which numbers grow by 5: past
+    // the last of the nine they wrap around, and meet all.
+    expectPermuted<TypeParam>({33, 3, 33}, {3, 2, 1});
+
+    // Of 7 by 2 blocks it meets those of even numbers. A block turns up to 16 columns of a page.
+    Extents const inSizes{18, 7, 20}, outSizes{20, 7, 18}, order{3, 2, 1};
+    auto const values = testing::randomValues<TypeParam>(numElements(inSizes));
+    auto expected = permuted(values, inSizes, order);
+    for (unsigned long i = 0; i < expected.size(); ++i) {
+        unsigned long const page = i / 20 % 7, column = i / (20 * 7);
+        if ((page + column / 16) % 2 != 0) expected[i] = {};
+    }
+    DeviceArray<TypeParam> in(values), out(Elements<TypeParam>(values.size()));
+    permute(out.data(), outSizes, in.data(), inSizes, order);
+    expectSameBits(expected, out.values());
 }
 
 TEST(Permute, OfTheDocumentedExample) {

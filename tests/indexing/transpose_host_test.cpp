@@ -7,8 +7,11 @@
 
 #include <numeric>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
+#include "frame/complex.hpp"
+#include "tests/indexing/all_types.hpp"
 #include "tests/support/device_array.hpp"
 #include "tests/support/values.hpp"
 
@@ -33,7 +36,7 @@ class Movement : public ::testing::Test {
     }
 
     static void expectLaunch(hostdevice::Recording const& recording, std::string const& kernel, dim3 grid,
-                             dim3 block) {
+                             dim3 block, cudaError status = cudaSuccess) {
         ASSERT_EQ(1u, recording.launches().size());
         hostdevice::Launch const launch = recording.launches()[0];
         EXPECT_NE(std::string::npos, launch.kernel.find(kernel)) << launch.kernel;
@@ -41,7 +44,7 @@ class Movement : public ::testing::Test {
         EXPECT_EQ(grid.y, launch.grid.y);
         EXPECT_EQ(block.x, launch.block.x);
         EXPECT_EQ(block.y, launch.block.y);
-        EXPECT_EQ(cudaSuccess, launch.status);
+        EXPECT_EQ(status, launch.status);
     }
 
     static void expectPermuteLaunch(Extents const& inSizes, Extents const& order, std::string const& kernel,
@@ -88,6 +91,82 @@ TEST_F(Movement, OneArrayForBothTakesTheInPlaceKernel) {
     hostdevice::Recording const recording;
     Transpose::Invoker<double>()(nullptr, data.data(), data.data(), 20, 20);
     expectLaunch(recording, "TransposeInPlaceKernel<long unsigned int, 16, false>", dim3(2, 2), dim3(16, 16));
+}
+
+TEST_F(Movement, OnlyThePointersDecideForTheInPlaceKernel) {
+    DeviceArray<double> data(20 * 40);
+    // The launch is made to fail: outside a square the exchanged tiles overlap.
+    hostdevice::failNextCall("cudaLaunchKernel", cudaErrorLaunchOutOfResources);
+    hostdevice::Recording const recording;
+    Transpose::Invoker<double>()(nullptr, data.data(), data.data(), 20, 40);
+    expectLaunch(recording, "TransposeInPlaceKernel<long unsigned int, 16, false>", dim3(2, 3), dim3(16, 16),
+                 cudaErrorLaunchOutOfResources);
+}
+
+TEST_F(Movement, TransposeLaunchesOnTheCallersStream) {
+    cudaStream_t stream = nullptr;
+    ASSERT_EQ(cudaSuccess, cudaStreamCreate(&stream));
+    DeviceArray<float2> in(20 * 20), out(20 * 20);
+    hostdevice::Recording const recording;
+    for (float2* to : {out.data(), in.data()}) {
+        Transpose::Invoker<float2>()(stream, to, in.data(), 20, 20);
+        CTranspose::Invoker<float2>()(stream, to, in.data(), 20, 20);
+    }
+    auto const launches = recording.launches();
+    ASSERT_EQ(4u, launches.size());
+    for (hostdevice::Launch const& launch : launches) EXPECT_EQ(stream, launch.stream) << launch.kernel;
+    cudaStreamDestroy(stream);
+}
+
+template <class T>
+class MovementOf : public Movement {
+  protected:
+    /// The type as which elements of this size are moved, as kernel names spell it.
+    static std::string carrier() {
+        switch (sizeof(T)) {
+            case 1:
+                return "unsigned char";
+            case 2:
+                return "short unsigned int";
+            case 4:
+                return "unsigned int";
+            case 8:
+                return "long unsigned int";
+            default:
+                return "ulonglong2";
+        }
+    }
+
+    /// How kernels that conjugate spell `T`: the mangled name of a global class is its name after one digit.
+    static std::string ownName() { return std::string(typeid(T).name()).substr(1); }
+};
+TYPED_TEST_SUITE(MovementOf, testing::AllTypes);
+
+TYPED_TEST(MovementOf, EveryTypeMovesAsItsCarrier) {
+    DeviceArray<TypeParam> in(5 * 5), out(5 * 5);
+    auto const expectKernel = [](std::string const& kernel, dim3 block, auto const& move) {
+        hostdevice::Recording const recording;
+        move();
+        TestFixture::expectLaunch(recording, kernel, dim3(1), block);
+    };
+    std::string const carrier = TestFixture::carrier(), plain = "<" + carrier + ", 16, false>";
+    std::string const conjugating =
+        internal::isComplex<TypeParam> ? "<" + TestFixture::ownName() + ", 16, true>" : plain;
+    dim3 const tile(16, 16), smallTile(8, 8), run(32);
+    expectKernel("TransposeKernel" + plain, tile,
+                 [&] { Transpose::Invoker<TypeParam>()(nullptr, out.data(), in.data(), 5, 5); });
+    expectKernel("TransposeInPlaceKernel" + plain, tile,
+                 [&] { Transpose::Invoker<TypeParam>()(nullptr, in.data(), in.data(), 5, 5); });
+    expectKernel("TransposeKernel" + conjugating, tile,
+                 [&] { CTranspose::Invoker<TypeParam>()(nullptr, out.data(), in.data(), 5, 5); });
+    expectKernel("TransposeInPlaceKernel" + conjugating, tile,
+                 [&] { CTranspose::Invoker<TypeParam>()(nullptr, in.data(), in.data(), 5, 5); });
+    expectKernel("PermuteKernelVaryDim1<" + carrier + ", 16>", smallTile, [&] {
+        TestFixture::permute(out.data(), in.data(), {5, 5}, {2, 1});
+    });
+    expectKernel("PermuteKernelFixDim1<" + carrier + ">", run, [&] {
+        TestFixture::permute(out.data(), in.data(), {5, 5}, {1, 2});
+    });
 }
 
 TEST_F(Movement, NothingIsCalledWithoutElements) {
@@ -169,6 +248,25 @@ TEST_F(Movement, MoreThan32DimensionsFailAtTheFirstTable) {
     EXPECT_EQ(cudaErrorInvalidValue, recording.calls()[0].status);
 }
 
+TEST_F(Movement, ThirtyTwoDimensionsFillTheTables) {
+    DeviceArray<float> in(4), out(4);
+    Extents order(32);
+    std::iota(order.rbegin(), order.rend(), 1);
+    // Nothing is moved: the arrays are far smaller than their extents say.
+    hostdevice::failNextCall("cudaLaunchKernel", cudaErrorLaunchOutOfResources);
+    hostdevice::Recording const recording;
+    permute(out.data(), in.data(), Extents(32, 2), order);
+    auto const calls = recording.calls();
+    ASSERT_EQ(5u, calls.size());
+    for (unsigned long i = 0; i < 4; ++i) {
+        EXPECT_EQ("cudaMemcpyToSymbolAsync", calls[i].name);
+        EXPECT_EQ(128u, calls[i].bytes);
+        EXPECT_EQ(cudaSuccess, calls[i].status);
+    }
+    expectLaunch(recording, "PermuteKernelVaryDim1<unsigned int, 16>", dim3(1u << 30), dim3(8, 8),
+                 cudaErrorLaunchOutOfResources);
+}
+
 TEST_F(Movement, RunsAreCopiedWhereTheFirstDimensionStays) {
     // One dimension, and the identity.
     expectPermuteLaunch({1, 5, 1}, {3, 2, 1}, "PermuteKernelFixDim1<short unsigned int>", dim3(1), dim3(32));
@@ -191,6 +289,9 @@ TEST_F(Movement, TilesAreTurnedWhereTheFirstDimensionMoves) {
                         dim3(16, 16));
     // The output's first dimension is the longer one: blocks step along it, 3 tiles each.
     expectPermuteLaunch({20, 5, 40}, {3, 2, 1}, "PermuteKernelVaryDim1<short unsigned int, 16>", dim3(5, 2),
+                        dim3(16, 16));
+    // So they do where both are as long.
+    expectPermuteLaunch({33, 3, 33}, {3, 2, 1}, "PermuteKernelVaryDim1<short unsigned int, 16>", dim3(3, 3),
                         dim3(16, 16));
     // The input's first dimension is: 3 tiles to a block, 3 by 5 blocks before it.
     expectPermuteLaunch({40, 5, 33}, {3, 2, 1}, "PermuteKernelVaryDim1<short unsigned int, 16>", dim3(15, 1),

@@ -6,6 +6,7 @@
 #include <gpuruntime/device_properties.hpp>
 #include <gpuruntime/fills.hpp>
 #include <gpuruntime/ranges.hpp>
+#include <gpuruntime/reductions.hpp>
 #include <gpuruntime/version.hpp>
 
 namespace gpuruntime {
@@ -29,10 +30,24 @@ class WithoutADriver : public ::testing::Test {
 TEST_F(WithoutADriver, OperatorsThatReturnNothingDoNothing) {
     Colon::Invoker<double>()(nullptr, 10, nowhere, 0, 1, 9);
     EXPECT_NE(cudaSuccess, cudaGetLastError());
+    IntColon::Invoker<double>()(nullptr, 10, nowhere, 0, 1);
+    EXPECT_NE(cudaSuccess, cudaGetLastError());
     Linspace::Invoker<double>()(nullptr, 10, nowhere, 0, 1);
+    EXPECT_NE(cudaSuccess, cudaGetLastError());
+    Logspace::Invoker<double>()(nullptr, 10, nowhere, 0, 1);
     EXPECT_NE(cudaSuccess, cudaGetLastError());
     Eye::Invoker<double>()(nullptr, 10, nowhere, 10);
     EXPECT_NE(cudaSuccess, cudaGetLastError());
+    GenericOnes::Invoker<unsigned long>()(nullptr, 10, nullptr, 1);
+    EXPECT_NE(cudaSuccess, cudaGetLastError());
+    FillArrayWithRunningIndex::Invoker<double>()(nullptr, 10, nowhere, 2, 3, 0);
+    EXPECT_NE(cudaSuccess, cudaGetLastError());
+    movfun::FillMovVector::Invoker<double>()(nullptr, 10, nowhere, nowhere, 10, 2, 1, 1);
+    EXPECT_NE(cudaSuccess, cudaGetLastError());
+}
+
+TEST_F(WithoutADriver, OperatorsThatReturnAStatusReturnTheRuntimes) {
+    EXPECT_NE(cudaSuccess, SumNative::Invoker<double>()(nullptr, nowhere, nowhere, 10, 10, 1, true));
 }
 
 TEST_F(WithoutADriver, TheVersionIsToBeRead) {

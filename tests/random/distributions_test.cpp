@@ -23,6 +23,7 @@ using testing::DeviceArray;
 using testing::Reference;
 using testing::State;
 using testing::streamOf;
+using Doubles = std::vector<double>;
 
 template <class T>
 struct Type {
@@ -168,6 +169,8 @@ TYPED_TEST(EveryGenerator, GivesTheStreamAsIntegers) {
                                                         {-0.5, 0.25},
                                                         {-1e308, 1e308},
                                                         {-inf, 3},
+                                                        {2, -inf},
+                                                        {0.5, -inf},
                                                         {2, inf},
                                                         {-inf, inf},
                                                         {nan, 1},
@@ -369,6 +372,43 @@ TYPED_TEST(EveryGenerator, SaturatesNarrowIntegers) {
     EXPECT_TRUE(saw255);
 }
 
+// With equal bounds the span is 1, and the value before rounding is the bound itself.
+template <class T>
+void expectRounded(double bound, T expected) {
+    SCOPED_TRACE(bound);
+    EXPECT_EQ(std::vector<T>(9, expected), (randI<Philox4x32Generator, T>(zeroPhilox, bound, bound, 9)));
+}
+
+TEST(RandI, RoundsHalfAwayFromZeroAndSaturates) {
+    expectRounded<int>(0.5, 1);
+    expectRounded<int>(-0.5, -1);
+    expectRounded<int>(2.5, 3);
+    expectRounded<int>(-2.5, -3);
+    expectRounded<int>(0.49999999999999994, 0);  // plus one half, it would round to 1
+    expectRounded<long>(4503599627370495.5, 4503599627370496);
+    expectRounded<long>(0x1p63, std::numeric_limits<long>::max());
+    expectRounded<long>(-0x1p63, std::numeric_limits<long>::min());
+    expectRounded<unsigned long>(0x1p64, ~0ul);
+    expectRounded<unsigned long>(-3, 0);
+    expectRounded<unsigned char>(255.5, 255);
+    expectRounded<unsigned char>(-0.5, 0);
+    expectRounded<signed char>(-128.5, -128);
+    expectRounded<unsigned int>(4294967295.5, 4294967295);
+}
+
+TYPED_TEST(EveryGenerator, GivesTheSmallestValueForAnInfiniteNegativeSpan) {
+    using G = typename TypeParam::Generator;
+    double const inf = std::numeric_limits<double>::infinity();
+    forTypes(internal::RealNumeric{}, [&](auto type) {
+        using T = typename decltype(type)::type;
+        using Limits = std::numeric_limits<T>;
+        T const smallest = Limits::has_infinity ? -Limits::infinity() : Limits::min();
+        for (double lowest : {2.0, 0.5}) {
+            EXPECT_EQ(std::vector<T>(9, smallest), (randI<G, T>(states<G>().front(), lowest, -inf, 9)));
+        }
+    });
+}
+
 // The middle word that a step after an oldest word of 0 makes to the residue of `target`.
 unsigned int middleWordFor(unsigned long target) {
     testing::Wide inverse = 1, base = 1403580;
@@ -380,13 +420,32 @@ unsigned int middleWordFor(unsigned long target) {
     return static_cast<unsigned int>(inverse * (target % m1) % m1);
 }
 
-// The first step gives m1 - 1 and the second 0, which makes u larger than 1 - 2^-25.
+// A state of which the first two steps give `z1` and `z2`.
+State stateBefore(unsigned long z1, unsigned long z2) {
+    unsigned int const middle = middleWordFor(z1);
+    return {0, middle, middleWordFor(810728ul * middle + z2), 0, 0, 0};
+}
+
+constexpr unsigned long largestStep = testing::Mrg32k3aSequence::m1 - 1;
+
+// The first step alone makes u larger than 1 - 2^-25.
 TEST(Mrg32k3aRand, CanGiveAFloatOfOne) {
-    unsigned int const middle = middleWordFor(testing::Mrg32k3aSequence::m1 - 1);
-    State const state{0, middle, middleWordFor(810728ul * middle), 0, 0, 0};
+    State const state = stateBefore(largestStep, 0);
     EXPECT_EQ(1.0f, (rand<MRG32K3AGenerator, float>(state, 1)[0]));
     EXPECT_LT((rand<MRG32K3AGenerator, double>(state, 1)[0]), 1.0);
     EXPECT_GT((rand<MRG32K3AGenerator, double>(state, 1)[0]), 1 - 0x1p-25);
+}
+
+// The largest first step lies 2^-31 below 1, and the second adds up to 2^-24.
+TEST(Mrg32k3aRand, WrapsASumOfOneOrMore) {
+    double const inf = std::numeric_limits<double>::infinity();
+    State const above = stateBefore(largestStep, largestStep);
+    EXPECT_EQ((State{0, 547750747, 3302819555, 0, 0, 0}), above);
+    EXPECT_EQ(Doubles{0x1.fcp-25}, (rand<MRG32K3AGenerator, double>(above, 1)));
+    State const one = stateBefore(largestStep, 33554419);  // the least with a sum that is rounded to 1
+    EXPECT_EQ((State{0, 547750747, 1633034002, 0, 0, 0}), one);
+    EXPECT_EQ(Doubles{0.0}, (rand<MRG32K3AGenerator, double>(one, 1)));
+    EXPECT_EQ(Doubles{-inf}, (inversion<MRG32K3AGenerator, double>(one, 1)));
 }
 
 TEST(Mrg32k3aFamilies, TakeTheClosedLowerEnd) {

@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <vector>
 
 #include "frame/fixed_block.hpp"
 #include "random/conversions.hpp"
+#include "random/distributions.hpp"
 #include "random/mrg32k3a.hpp"
 #include "random/philox4x32.hpp"
 #include "random/threefry4x64.hpp"
@@ -90,6 +92,30 @@ struct ConvertPairs {
     }
 };
 
+struct WriteUniforms {
+    static GPU_DEVICE void apply(cuda::Fixed1DBlockIterator const& iterator, double* out,
+                                 unsigned long const* integers) {
+        using namespace backend;
+        forEachLanes(iterator.threads, [&](unsigned int t) {
+            WordLanes values = wordLanes(0);
+            for (unsigned int i = 0; i < laneCount; ++i) setLane(values, i, integers[t + i]);
+            DoubleLanes const u = gpucommon::rand::uniformOf(values);
+            for (unsigned int i = 0; i < laneCount; ++i) out[t + i] = lane(u, i);
+        });
+    }
+};
+
+// Writes uniform values as the block `blockIndex` of a larger grid; `outAddress` is that of element 0.
+template <class G>
+struct FillAsBlock {
+    static GPU_DEVICE void apply(cuda::Fixed1DBlockIterator const& iterator, std::uintptr_t outAddress,
+                                 unsigned int blockIndex, unsigned int runLength, unsigned int n) {
+        cuda::Fixed1DBlockIterator const asBlock{iterator.threads, blockIndex, iterator.count};
+        auto* const out = reinterpret_cast<double*>(outAddress);
+        gpucommon::rand::fill<G>(asBlock, runLength, out, gpucommon::rand::RandConversion<double>{}, n);
+    }
+};
+
 template <class G>
 Longs blocksFrom(State const& state, unsigned int first) {
     setState(state);
@@ -143,9 +169,8 @@ TEST(ThreeFry4x64, GivesThePublishedBlocks) {
                                                  0xec4e6c89, 0}));
 }
 
-// The first values from the seed 12345, 12345, ...: L'Ecuyer's RngStreams prints them divided by m1 + 1,
-// beginning with 0.127011, and the package mrg32k3a of PyPI (2.0.2), from which they were taken here, gives
-// the same.
+// The first values from the seed 12345, six times: L'Ecuyer's RngStreams prints them divided by m1 + 1,
+// beginning with 0.127011.
 TEST(Mrg32k3a, GivesThePublishedSequence) {
     Longs z = stepsFrom(State(6, 12345), 0, 2);
     z.resize(12);
@@ -193,6 +218,59 @@ TEST(ThreeFry4x64, CarriesThroughAllCounterWords) {
             testing::expectSameBits(expected, blocksFrom<ThreeFry4x64Generator>(state, first));
         }
     }
+}
+
+// --- The last blocks ---
+
+// Runs the block `blockIndex` of `blockSize` threads on an array that holds its elements alone, from `first`
+// on. Element 0, which does not exist, is told by its address: a pointer must stay within its array.
+template <class G>
+void fillAsBlock(DeviceArray<double>& out, unsigned long first, unsigned int blockIndex,
+                 unsigned int blockSize, unsigned int runLength, unsigned int n) {
+    auto const address = reinterpret_cast<std::uintptr_t>(out.data()) - first * sizeof(double);
+    EXPECT_EQ(cudaSuccess, fixed1dblockdetail::launch<FillAsBlock<G>>(nullptr, blockSize, blockSize, address,
+                                                                      blockIndex, runLength, n));
+}
+
+constexpr unsigned int largestN = 0xffffffff;
+constexpr unsigned int elementsPerBlock = gpucommon::rand::blockSize * gpucommon::rand::elementsPerThread;
+constexpr unsigned int lastBlock = largestN / elementsPerBlock;
+static_assert(elementsPerBlock == 512 && lastBlock == (1u << 23) - 1);
+
+// The elements of the largest array that are left for its last block.
+template <class G>
+void expectLastBlock(State const& start, State const& atLastBlock) {
+    setState(start);
+    DeviceArray<double> out(elementsPerBlock);
+    fillAsBlock<G>(out, 1ul * lastBlock * elementsPerBlock, lastBlock, gpucommon::rand::blockSize,
+                   gpucommon::rand::elementsPerThread, largestN);
+    Doubles expected = testing::streamOf<G>(atLastBlock, elementsPerBlock - 1);
+    expected.push_back(DeviceArray<double>(1).values()[0]);  // untouched
+    testing::expectSameBits(expected, out.values());
+}
+
+TEST(Philox4x32, EndsTheLargestArrayWithAPartOfABlock) {
+    expectLastBlock<Philox4x32Generator>(State(7, 0), {0, 0, 2147483392, 0, 0, 0, 0});
+}
+
+TEST(ThreeFry4x64, EndsTheLargestArrayWithAPartOfABlock) {
+    State atLastBlock(17, 0);
+    atLastBlock[9] = 1073741696;
+    expectLastBlock<ThreeFry4x64Generator>(State(17, 0), atLastBlock);
+}
+
+// The block after the last, which a folded grid may have, begins at 2^32 elements.
+TEST(CounterBased, WriteNothingInASpareBlockOfTheLargestArray) {
+    auto const expectUntouched = [](auto of, State const& state) {
+        using G = typename decltype(of)::Generator;
+        setState(state);
+        DeviceArray<double> out(elementsPerBlock);
+        fillAsBlock<G>(out, 0, lastBlock + 1, gpucommon::rand::blockSize, gpucommon::rand::elementsPerThread,
+                       largestN);
+        EXPECT_TRUE(out.untouched());
+    };
+    expectUntouched(testing::Of<Philox4x32Generator>{}, State(7, 0));
+    expectUntouched(testing::Of<ThreeFry4x64Generator>{}, State(17, 0));
 }
 
 // --- Skipping ahead ---
@@ -282,6 +360,26 @@ TEST(Mrg32k3a, CombinesTheComponentsModuloTheFirstModulus) {
     Longs const z = stepsFrom({x, x, x, y, y, y}, 0, 2);
     for (unsigned long value : z) ASSERT_EQ(sequence.next(), value);
 }
+
+// The block at element 2^30, all but 24 elements of whose 1024 exist.
+TEST(Mrg32k3a, RunsGoOnAtElement2To30) {
+    State const state = testing::Reference<MRG32K3AGenerator>::randomState(2);
+    constexpr unsigned int blockSize = gpucommon::rand::runBlockSize, runLength = 8, first = 1u << 30;
+    setState(state);
+    DeviceArray<double> out(blockSize * runLength);
+    fillAsBlock<MRG32K3AGenerator>(out, first, first / runLength / blockSize, blockSize, runLength,
+                                   first + 1000);
+    Doubles expected = testing::streamOf<MRG32K3AGenerator>(skipped(state, testing::Wide{2} * first), 1000);
+    expected.resize(out.size(), DeviceArray<double>(1).values()[0]);  // untouched
+    testing::expectSameBits(expected, out.values());
+}
+
+// A run is a multiple of 8 elements, at least 8.
+constexpr unsigned long numRuns = 768;
+static_assert(gpucommon::rand::runLengthFor(0, numRuns) == 8);
+static_assert(gpucommon::rand::runLengthFor(numRuns * 8, numRuns) == 8);
+static_assert(gpucommon::rand::runLengthFor(numRuns * 8 + 1, numRuns) == 16);
+static_assert(gpucommon::rand::runLengthFor(numRuns * 16 + 1, numRuns) == 24);
 
 template <class Table>
 Table tableOf(Table const& symbol) {
@@ -427,6 +525,18 @@ TEST(NormalConversionBoxMuller, PutsTheCosineFirst) {
     EXPECT_NEAR(std::sin(std::acos(-1) / 8), z[1], 1e-15);
     EXPECT_NEAR(std::sin(std::acos(-1) / 8), z[2], 1e-15);
     EXPECT_NEAR(std::cos(std::acos(-1) / 8), z[3], 1e-15);
+}
+
+TEST(UniformOf, RunsBetweenItsEnds) {
+    Longs values{0, 1, 1ul << 52, (1ul << 53) - 1};
+    values.resize(numThreads);
+    DeviceArray<unsigned long> integers(values);
+    DeviceArray<double> out(numThreads);
+    EXPECT_EQ(cudaSuccess, fixed1dblockdetail::launch<WriteUniforms>(nullptr, numThreads, numThreads,
+                                                                     out.data(), integers.data()));
+    Doubles u = out.values();
+    u.resize(4);
+    EXPECT_EQ((Doubles{0x1.fffffffffffffp-54, 0x1.fffffffffffffp-53, 0.5, 0x1.fffffffffffffp-1}), u);
 }
 
 // A float is rounded once, at the end, with no clamp: the largest uniform values become 1.

@@ -4,6 +4,7 @@
 #include <gpuruntime/random.hpp>
 
 #include <host_device.hpp>
+#include <string>
 #include <vector>
 
 #include "tests/random/reference.hpp"
@@ -25,6 +26,7 @@ template <class G>
 struct Expected;
 template <>
 struct Expected<MRG32K3AGenerator> {
+    static constexpr char const* name = "gpucommon::rand::MRG32K3AGenerator";
     static constexpr std::size_t stateBytes = 24;
     static constexpr unsigned int blockSize = 128;
     static unsigned int grid(unsigned long /*n*/) {
@@ -33,6 +35,7 @@ struct Expected<MRG32K3AGenerator> {
 };
 template <>
 struct Expected<Philox4x32Generator> {
+    static constexpr char const* name = "gpucommon::rand::Philox4x32Generator";
     static constexpr std::size_t stateBytes = 28;
     static constexpr unsigned int blockSize = 64;
     static unsigned int grid(unsigned long n) {
@@ -41,25 +44,36 @@ struct Expected<Philox4x32Generator> {
 };
 template <>
 struct Expected<ThreeFry4x64Generator> : Expected<Philox4x32Generator> {
+    static constexpr char const* name = "gpucommon::rand::ThreeFry4x64Generator";
     static constexpr std::size_t stateBytes = 68;
 };
 
-/// Calls `check` with each family of the generator, as a call on `n` elements of `float`.
+/// Calls `check` with each family of the generator, as a call on `n` elements of `float`, and with the name
+/// of its kernel's functor.
 template <class G, class F>
 void forFamilies(F check) {
-    check([](CUstream_st* stream, float* out, unsigned long n) {
-        return typename Rand<G>::template Invoker<float>()(stream, out, anyState.data(), n);
-    });
-    check([](CUstream_st* stream, float* out, unsigned long n) {
-        return typename RandI<G>::template Invoker<float>()(stream, out, anyState.data(), 1, 6, n);
-    });
-    check([](CUstream_st* stream, float* out, unsigned long n) {
-        return typename RandNInversion<G>::template Invoker<float>()(stream, out, anyState.data(), n);
-    });
+    std::string const arguments = std::string("<") + Expected<G>::name + ", float";
+    check(
+        [](CUstream_st* stream, float* out, unsigned long n) {
+            return typename Rand<G>::template Invoker<float>()(stream, out, anyState.data(), n);
+        },
+        "RandKernel" + arguments + ">");
+    check(
+        [](CUstream_st* stream, float* out, unsigned long n) {
+            return typename RandI<G>::template Invoker<float>()(stream, out, anyState.data(), 1, 6, n);
+        },
+        "RandiKernel" + arguments + ">");
+    check(
+        [](CUstream_st* stream, float* out, unsigned long n) {
+            return typename RandNInversion<G>::template Invoker<float>()(stream, out, anyState.data(), n);
+        },
+        "RandnKernel" + arguments + ", gpucommon::rand::NormalConversionInversion<float>");
     if constexpr (!std::is_same_v<G, MRG32K3AGenerator>) {
-        check([](CUstream_st* stream, float* out, unsigned long n) {
-            return typename RandNBoxMuller<G>::template Invoker<float>()(stream, out, anyState.data(), n);
-        });
+        check(
+            [](CUstream_st* stream, float* out, unsigned long n) {
+                return typename RandNBoxMuller<G>::template Invoker<float>()(stream, out, anyState.data(), n);
+            },
+            "RandnKernel" + arguments + ", gpucommon::rand::NormalConversionBoxMuller<float>");
     }
 }
 
@@ -76,7 +90,7 @@ TYPED_TEST(RandomOnHost, CopiesTheStateAndLaunchesOneKernel) {
     using G = typename TypeParam::Generator;
     cudaStream_t stream = nullptr;
     ASSERT_EQ(cudaSuccess, cudaStreamCreate(&stream));
-    forFamilies<G>([&](auto call) {
+    forFamilies<G>([&](auto call, std::string const& functor) {
         for (unsigned long n : {0, 1, 512, 513, 5000}) {
             DeviceArray<float> out(n);
             Recording const recording;
@@ -90,6 +104,9 @@ TYPED_TEST(RandomOnHost, CopiesTheStateAndLaunchesOneKernel) {
             EXPECT_EQ("cudaLaunchKernel", calls[1].name);
             auto const launches = recording.launches();
             ASSERT_EQ(1u, launches.size());
+            std::string const kernel =
+                "gpuruntime::fixed1dblockdetail::singleStepKernel<gpuruntime::" + functor;
+            EXPECT_NE(std::string::npos, launches[0].kernel.find(kernel)) << launches[0].kernel;
             EXPECT_EQ(stream, launches[0].stream);
             EXPECT_EQ(Expected<G>::blockSize, launches[0].block.x);
             EXPECT_EQ(1u, launches[0].block.y);
@@ -102,7 +119,7 @@ TYPED_TEST(RandomOnHost, CopiesTheStateAndLaunchesOneKernel) {
 
 TYPED_TEST(RandomOnHost, ReturnsTheStatusOfAFailedCopyAndLaunchesNothing) {
     using G = typename TypeParam::Generator;
-    forFamilies<G>([&](auto call) {
+    forFamilies<G>([&](auto call, auto const& /*functor*/) {
         DeviceArray<float> out(100);
         Recording const recording;
         hostdevice::failNextCall("*", cudaErrorInvalidValue);
@@ -116,7 +133,7 @@ TYPED_TEST(RandomOnHost, ReturnsTheStatusOfAFailedCopyAndLaunchesNothing) {
 
 TYPED_TEST(RandomOnHost, ReturnsTheStatusOfAFailedLaunch) {
     using G = typename TypeParam::Generator;
-    forFamilies<G>([&](auto call) {
+    forFamilies<G>([&](auto call, auto const& /*functor*/) {
         DeviceArray<float> out(100);
         Recording const recording;
         hostdevice::failNextCall("*", cudaErrorLaunchOutOfResources, 1);
@@ -129,7 +146,7 @@ TYPED_TEST(RandomOnHost, ReturnsTheStatusOfAFailedLaunch) {
 
 TYPED_TEST(RandomOnHost, MakesNoThirdCall) {
     using G = typename TypeParam::Generator;
-    forFamilies<G>([&](auto call) {
+    forFamilies<G>([&](auto call, auto const& /*functor*/) {
         DeviceArray<float> out(100);
         hostdevice::failNextCall("*", cudaErrorInvalidValue, 2);
         EXPECT_EQ(cudaSuccess, call(nullptr, out.data(), 100));
@@ -140,7 +157,7 @@ TYPED_TEST(RandomOnHost, MakesNoThirdCall) {
 TYPED_TEST(RandomOnHost, FailsAsTheLaunchDoesWhereNoGridIsAllowed) {
     using G = typename TypeParam::Generator;
     testing::GridLimits const limits(0);
-    forFamilies<G>([&](auto call) {
+    forFamilies<G>([&](auto call, auto const& /*functor*/) {
         DeviceArray<float> out(100);
         EXPECT_EQ(cudaErrorInvalidConfiguration, call(nullptr, out.data(), 100));
         EXPECT_TRUE(out.untouched());
@@ -180,6 +197,40 @@ TEST(Mrg32k3aOnHost, LaunchesAsWideAsTheDevice) {
             EXPECT_EQ(count * (major < 3 ? 3 : 6), recording.launches().at(0).grid.x);
         }
     }
+    testing::storeCurrentProperties();
+}
+
+template <class G>
+void expectLaunchShape(unsigned long n, dim3 grid, unsigned int blockSize) {
+    forFamilies<G>([&](auto call, auto const& /*functor*/) {
+        DeviceArray<float> out(n);
+        Recording const recording;
+        EXPECT_EQ(cudaSuccess, call(nullptr, out.data(), n));
+        auto const launches = recording.launches();
+        ASSERT_EQ(1u, launches.size());
+        EXPECT_EQ(grid.x, launches[0].grid.x);
+        EXPECT_EQ(grid.y, launches[0].grid.y);
+        EXPECT_EQ(grid.z, launches[0].grid.z);
+        EXPECT_EQ(blockSize, launches[0].block.x);
+        EXPECT_EQ(1u, launches[0].block.y);
+        EXPECT_EQ(1u, launches[0].block.z);
+    });
+}
+
+// 20000 elements are 40 blocks of 512, here in 6 rows of 7.
+TEST(CounterBasedOnHost, FoldAGridThatIsTooWide) {
+    testing::GridLimits const limits(7);
+    expectLaunchShape<Philox4x32Generator>(20000, {7, 6, 1}, 64);
+    expectLaunchShape<ThreeFry4x64Generator>(20000, {7, 6, 1}, 64);
+}
+
+// Six blocks for each of 80 multiprocessors, here in 69 rows of 7.
+TEST(Mrg32k3aOnHost, FoldsAGridThatIsTooWide) {
+    gpucommon::CUDADeviceProperties properties = testing::currentProperties();
+    properties.multiProcessorCount = 80;
+    properties.maxGridDimX = 7;
+    internal::storeCurrentDeviceProperties(properties);
+    expectLaunchShape<MRG32K3AGenerator>(20000, {7, 69, 1}, 128);
     testing::storeCurrentProperties();
 }
 

@@ -1,5 +1,7 @@
 #include <gpuruntime/accumulation.hpp>
 
+#include <functional>
+
 #include "tests/reduction/shapes.hpp"
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
@@ -177,33 +179,55 @@ TEST(Adjust, TakesTheElementFirstInSegmentsAndTheTotalFirstAlongAStride) {
 
 /// A long dimension in pieces: their scan, the scan of the totals, the adjustment.
 template <class Family, class AdjustFamily, class T>
-Elements<T> scanInPieces(Elements<T> const& in, unsigned long pieceLength, unsigned long segmentsPerGroup) {
-    DeviceArray<T> data(in), totals(in.size() / pieceLength),
-        groupTotals(in.size() / pieceLength / segmentsPerGroup);
-    EXPECT_EQ(cudaSuccess, (scan<Family, T>(totals, data, {in.size(), pieceLength, 1})));
-    EXPECT_EQ(cudaSuccess, (scan<Family, T>(groupTotals, totals, {totals.size(), segmentsPerGroup, 1})));
+void scanInPieces(DeviceArray<T>& data, DeviceArray<T>& totals, Shape const& pieces,
+                  unsigned long segmentsPerGroup) {
+    DeviceArray<T> groupTotals(totals.size() / segmentsPerGroup);
+    EXPECT_EQ(cudaSuccess, (scan<Family, T>(totals, data, pieces)));
     EXPECT_EQ(cudaSuccess,
-              (adjust<AdjustFamily, T>(totals, data, {in.size(), pieceLength, 1}, segmentsPerGroup)));
-    return data.values();
+              (scan<Family, T>(groupTotals, totals, {totals.size(), segmentsPerGroup, pieces.stride})));
+    EXPECT_EQ(cudaSuccess, (adjust<AdjustFamily, T>(totals, data, pieces, segmentsPerGroup)));
 }
 
+TEST(LongScan, AlongAStrideFoldsTheRunningTotalsIn) {
+    DeviceArray<double> data({1, 2, 3, 4, 5, 6, 7, 8}), totals(4);
+    scanInPieces<CumSum, CumSumAdjust>(data, totals, {8, 2, 2}, 2);
+    expectSameBits({1, 2, 4, 6, 9, 12, 16, 20}, data.values());
+    expectSameBits({4, 6, 16, 20}, totals.values());
+}
+
+/// The scan of `in` in three calls is the one of whole segments of `length`.
+template <class Family, class AdjustFamily, class Combine>
+void expectScanOfTheWhole(Elements<double> const& in, unsigned long length, Combine combine) {
+    for (unsigned long stride : {1, 2}) {
+        Elements<double> expected = in;
+        for (unsigned long i = 0; i < in.size(); ++i) {
+            if (i / stride % length != 0) expected[i] = combine(expected[i - stride], in[i]);
+        }
+        for (unsigned long pieceLength : {100, 500, 1000, 3000}) {
+            SCOPED_TRACE(::testing::Message() << "stride " << stride << ", pieces of " << pieceLength);
+            DeviceArray<double> data(in), totals(in.size() / pieceLength);
+            scanInPieces<Family, AdjustFamily>(data, totals, {in.size(), pieceLength, stride},
+                                               length / pieceLength);
+            expectSameBits(expected, data.values());
+        }
+    }
+}
+
+// Whole numbers and powers of 2, so that no order of combination rounds.
 TEST(LongScan, InThreeCallsIsTheScanOfTheWhole) {
-    unsigned long const length = 6000, numColumns = 3;
-    Elements<double> in;
-    for (unsigned long i = 0; i < length * numColumns; ++i)
-        in.push_back(static_cast<double>(i * 7919 % 1000) - 500);
-    Elements<double> sums = in, maxima = in;
-    for (unsigned long i = 0; i < in.size(); ++i) {
-        if (i % length == 0) continue;
-        sums[i] = sums[i - 1] + in[i];
-        maxima[i] = std::fmax(maxima[i - 1], in[i]);
+    unsigned long const length = 6000, numColumns = 4;
+    Elements<double> terms, factors;
+    for (unsigned long i = 0; i < length * numColumns; ++i) {
+        int const value = static_cast<int>(i * 7919 % 1000);
+        terms.push_back(value - 500);
+        factors.push_back(std::ldexp(value % 2 == 0 ? 1 : -1, value % 3 - 1));
     }
-    for (unsigned long pieceLength : {100, 500, 1000, 3000}) {
-        expectSameBits(sums,
-                       scanInPieces<CumSum, CumSumAdjust, double>(in, pieceLength, length / pieceLength));
-        expectSameBits(maxima,
-                       scanInPieces<CumMax, CumMaxAdjust, double>(in, pieceLength, length / pieceLength));
-    }
+    expectScanOfTheWhole<CumSum, CumSumAdjust>(terms, length, std::plus<>());
+    expectScanOfTheWhole<CumProd, CumProdAdjust>(factors, length, std::multiplies<>());
+    expectScanOfTheWhole<CumMax, CumMaxAdjust>(terms, length,
+                                               [](double a, double b) { return std::fmax(a, b); });
+    expectScanOfTheWhole<CumMin, CumMinAdjust>(terms, length,
+                                               [](double a, double b) { return std::fmin(a, b); });
 }
 
 TEST(Scan, OfAnEmptyArrayWritesNothing) {
@@ -237,6 +261,29 @@ TEST(Scan, WritesTheSameOnGridsThatFoldAndStep) {
         reference::adjust<double, reference::Sum<double>>(expectedTotals, expected, shape, 3);
         expectSameBits(expected, data.values());
     }
+}
+
+/// With both dimensions stepped a launch visits a diagonal of tiles only, and nothing else is written.
+TEST(Scan, SteppedInBothDimensionsWritesADiagonal) {
+    unsigned long const stride = 128 * 8, outer = 8;
+    Shape const shape{stride * 2 * outer, 2, stride};
+    Elements<double> const ones(shape.numElements, 1.0), before(shape.numResults(), -1.0);
+    DeviceArray<double> data(ones), totals(before), adjusted(ones), earlier(before);
+    {
+        GridLimits const limits(2, 2);
+        ASSERT_EQ(cudaSuccess, (scan<CumSum, double>(totals, data, shape)));
+        ASSERT_EQ(cudaSuccess, (adjust<CumSumAdjust, double>(earlier, adjusted, shape, 2)));
+    }
+    Elements<double> expected = ones, expectedTotals = before, expectedAdjusted = ones;
+    for (unsigned long r = 0; r < shape.numResults(); ++r) {
+        if (!onDiagonal(r % stride, r / stride, 128)) continue;
+        expected[shape.index(r, 1)] = expectedTotals[r] = 2;
+        if (r / stride % 2 == 0) continue;  // the first slice of a group
+        for (unsigned long k : {0, 1}) expectedAdjusted[shape.index(r, k)] = 0;
+    }
+    expectSameBits(expected, data.values());
+    expectSameBits(expectedTotals, totals.values());
+    expectSameBits(expectedAdjusted, adjusted.values());
 }
 
 }  // namespace

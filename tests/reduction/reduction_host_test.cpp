@@ -1,6 +1,7 @@
 #include <gpuruntime/accumulation.hpp>
 #include <gpuruntime/reductions.hpp>
 
+#include <algorithm>
 #include <functional>
 #include <host_device.hpp>
 #include <string>
@@ -176,11 +177,43 @@ TEST_F(ReductionCalls, OfAnEmptyArrayLaunchOneBlockThatWritesNothing) {
     EXPECT_EQ(cudaSuccess, SumNative::Invoker<double>()(nullptr, out.data(), in.data(), 0, 4, 1, true));
     EXPECT_EQ(cudaSuccess, SumNative::Invoker<double>()(nullptr, out.data(), in.data(), 0, 200, 1, true));
     EXPECT_EQ(cudaSuccess, CumSum::Invoker<double>()(nullptr, out.data(), in.data(), 0, 0, 1));
-    ASSERT_EQ(3u, recording.launches().size());
+    EXPECT_EQ(cudaSuccess, CumSumAdjust::Invoker<double>()(nullptr, out.data(), in.data(), 0, 0, 2, 1));
+    ASSERT_EQ(4u, recording.launches().size());
     for (auto const& launch : recording.launches()) {
         EXPECT_EQ(1u, launch.grid.x * launch.grid.y);
     }
     EXPECT_TRUE(nothingWritten());
+}
+
+TEST_F(ReductionCalls, OfIndexFormsScansAndAdjustmentsTakeTheirOwnKernels) {
+    struct {
+        char const* name;
+        unsigned long length, stride;
+        char const* kernel;
+        dim3 grid, block;
+    } const expectations[] = {
+        {"MaxWithIndex", 128, 1, "SegmentedIndexReduceSmallKernel", {1, 2}, {128, 2}},
+        {"MaxWithIndex", 129, 1, "SegmentedIndexReduceKernel", {4, 1}, {256, 1}},
+        {"MaxWithIndex", 1, 300, "StridedIndexReduceKernel", {2, 1}, {256, 1}},
+        {"CumSum", 4, 1, "SegmentedAccumulateKernel", {100, 1}, {128, 1}},
+        {"CumSum", 1, 300, "StridedAccumulateKernel", {3, 1}, {128, 1}},
+        {"CumSumAdjust", 4, 1, "SegmentedAdjustKernel", {100, 1}, {128, 1}},
+        {"CumSumAdjust", 1, 300, "StridedAdjustKernel", {3, 1}, {128, 1}},
+    };
+    for (auto const& expected : expectations) {
+        SCOPED_TRACE(expected.kernel);
+        auto const isMeant = [&](Case const& c) { return c.name == expected.name; };
+        Recording recording;
+        EXPECT_EQ(cudaSuccess, std::find_if(cases.begin(), cases.end(), isMeant)
+                                   ->call(nullptr, expected.length, expected.stride));
+        ASSERT_EQ(1u, recording.launches().size());
+        auto const launch = recording.launches()[0];
+        EXPECT_NE(std::string::npos, launch.kernel.find(expected.kernel)) << launch.kernel;
+        EXPECT_EQ(expected.grid.x, launch.grid.x);
+        EXPECT_EQ(expected.grid.y, launch.grid.y);
+        EXPECT_EQ(expected.block.x, launch.block.x);
+        EXPECT_EQ(expected.block.y, launch.block.y);
+    }
 }
 
 /// The one launch of a sum of 400 elements.
@@ -224,14 +257,35 @@ TEST(ReductionDispatch, GivesEachResultAlongAStrideAThread) {
     EXPECT_EQ(20u, launch.grid.y);
 }
 
-TEST(ReductionDispatch, TakesTheNativeFamilyWhereNoCastIsNeeded) {
-    DeviceArray<double> in({1, 2}), out(1);
+template <class T>
+void expectNoCast() {
+    DeviceArray<T> in(Elements<T>(2)), out(1);
     Recording recording;
-    EXPECT_EQ(cudaSuccess, SumAsDouble::Invoker<double>()(nullptr, out.data(), in.data(), 2, 2, 1, true));
-    EXPECT_EQ(cudaSuccess, ProdAsDouble::Invoker<double>()(nullptr, out.data(), in.data(), 2, 2, 1, true));
+    EXPECT_EQ(cudaSuccess, SumAsDouble::Invoker<T>()(nullptr, out.data(), in.data(), 2, 2, 1, true));
+    EXPECT_EQ(cudaSuccess, ProdAsDouble::Invoker<T>()(nullptr, out.data(), in.data(), 2, 2, 1, true));
+    ASSERT_EQ(2u, recording.launches().size());
     for (auto const& launch : recording.launches()) {
         EXPECT_EQ(std::string::npos, launch.kernel.find("Cast")) << launch.kernel;
         EXPECT_NE(std::string::npos, launch.kernel.find("NoOp")) << launch.kernel;
+    }
+}
+
+TEST(ReductionDispatch, TakesTheNativeFamilyWhereNoCastIsNeeded) {
+    expectNoCast<double>();
+    expectNoCast<double2>();
+}
+
+TEST(ReductionDispatch, OfIntegersHasAKernelForEachMode) {
+    DeviceArray<int> in({1, 2}), out(1);
+    for (bool includeNaN : {false, true}) {
+        Recording recording;
+        EXPECT_EQ(cudaSuccess,
+                  SumNative::Invoker<int>()(nullptr, out.data(), in.data(), 2, 2, 1, includeNaN));
+        EXPECT_EQ(cudaSuccess, Max::Invoker<int>()(nullptr, out.data(), in.data(), 2, 2, 1, includeNaN));
+        ASSERT_EQ(2u, recording.launches().size());
+        std::string const sum = recording.launches()[0].kernel, max = recording.launches()[1].kernel;
+        EXPECT_NE(std::string::npos, sum.find(includeNaN ? "NoOp" : "NaNAsZero")) << sum;
+        EXPECT_EQ(includeNaN, max.find("MaxWithNaNs") != std::string::npos) << max;
     }
 }
 

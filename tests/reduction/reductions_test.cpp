@@ -1,5 +1,7 @@
 #include <gpuruntime/reductions.hpp>
 
+#include <utility>
+
 #include "tests/reduction/shapes.hpp"
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
@@ -28,6 +30,12 @@ template <class Family, class TOut, class T>
 void expectReduced(Elements<TOut> const& expected, Elements<T> const& in, unsigned long reductionLength,
                    bool includeNaN = true, unsigned long stride = 1) {
     expectSameValues(expected, reduced<Family, TOut, T>(in, reductionLength, includeNaN, stride));
+}
+
+/// The same for a single segment, in the element type.
+template <class Family, class T>
+void expectFolded(T expected, Elements<T> const& segment) {
+    expectReduced<Family, T, T>({expected}, segment, segment.size());
 }
 
 template <class Family, class TOut, class T>
@@ -62,6 +70,60 @@ Elements<T> padded(std::vector<Elements<T>> const& segments, unsigned long lengt
         result.insert(result.end(), segment.begin(), segment.end());
     }
     return result;
+}
+
+/// A segment of `rest`, but for a few values.
+template <class T>
+Elements<T> placed(unsigned long length, T rest, std::vector<std::pair<unsigned long, T>> const& values) {
+    Elements<T> segment(length, rest);
+    for (auto const& [position, value] : values) segment[position] = value;
+    return segment;
+}
+
+// 2^53 swallows a 1, and a saturated or infinite result forgets what went past its range, so the outcome
+// tells which operands met first: here those at 0 and `d`, before the one at 2 `d`.
+TEST(LongSegments, FoldNeighboursFirst) {
+    for (unsigned long d : {1, 2, 4, 8, 16}) {
+        SCOPED_TRACE(d);
+        expectFolded<SumNative, double>(1, placed<double>(256, 0, {{0, 0x1p53}, {d, -0x1p53}, {2 * d, 1}}));
+        expectFolded<SumNative, signed char>(
+            27, placed<signed char>(256, 0, {{0, 100}, {d, 100}, {2 * d, -100}}));
+        expectFolded<ProdNative, signed char>(-127,
+                                              placed<signed char>(256, 1, {{0, 100}, {d, 100}, {2 * d, -1}}));
+        expectFolded<ProdNative, float>(
+            INFINITY, placed<float>(256, 1, {{0, 0x1p100}, {d, 0x1p100}, {2 * d, 0x1p-100}}));
+        expectFolded<ProdNative, double2>(
+            {inf, 0},
+            placed<double2>(256, {1, 0}, {{0, {0x1p600, 0}}, {d, {0x1p600, 0}}, {2 * d, {0x1p-600, 0}}}));
+    }
+}
+
+TEST(LongSegments, FoldRunsOf32InTheirOrder) {
+    expectFolded<SumNative, double>(0x1p53, placed<double>(256, 0, {{0, 0x1p53}, {32, 1}, {64, 1}, {96, 1}}));
+    expectFolded<SumNative, signed char>(
+        -73, placed<signed char>(256, 0, {{0, 100}, {32, 100}, {64, -100}, {96, -100}}));
+    expectFolded<ProdNative, signed char>(-128,
+                                          placed<signed char>(256, 1, {{32, -1}, {64, 100}, {96, 100}}));
+    expectFolded<ProdNative, float>(0x1p100,
+                                    placed<float>(256, 1, {{32, 0x1p-100}, {64, 0x1p100}, {96, 0x1p100}}));
+    expectFolded<ProdNative, double2>(
+        {0x1p600, 0},
+        placed<double2>(256, {1, 0}, {{32, {0x1p-600, 0}}, {64, {0x1p600, 0}}, {96, {0x1p600, 0}}}));
+}
+
+TEST(LongSegments, CombineElements256ApartBeforeTheyFold) {
+    expectFolded<SumNative, double>(1, placed<double>(512, 0, {{0, 0x1p53}, {1, 1}, {256, -0x1p53}}));
+    expectFolded<SumNative, double>(1, placed<double>(768, 0, {{0, 0x1p53}, {256, -0x1p53}, {512, 1}}));
+}
+
+TEST(ShortSegments, FoldHalvesFirst) {
+    expectFolded<SumNative, double>(1, {0x1p53, 1, -0x1p53, 0});
+    expectFolded<SumNative, signed char>(100, {100, 100, -100, 0});
+}
+
+TEST(StridedSegments, CombineOneAfterAnother) {
+    expectReduced<SumNative, signed char, signed char>({27, 27}, {100, 100, 100, 100, -100, -100}, 3, true,
+                                                       2);
 }
 
 TEST(SumNative, OmitsNaNOrLetsItFlow) {
@@ -134,6 +196,17 @@ TEST(ProdNative, KeepsComplexInfinities) {
     expectReduced<ProdNative, double2, double2>({{inf, inf}}, {{inf, inf}, {1, 0}}, 2);
 }
 
+// The product of two real values takes its imaginary zero from the first.
+TEST(ProdNative, CombinesTheEarlierElementWithTheLater) {
+    for (unsigned long length : {2, 3, 128, 129, 256, 257, 1000}) {
+        SCOPED_TRACE(length);
+        expectFolded<ProdNative, double2>({1, -0.0}, placed<double2>(length, {1, 0}, {{0, {1, -0.0}}}));
+        expectFolded<ProdNative, double2>({1, 0}, placed<double2>(length, {1, -0.0}, {{0, {1, 0}}}));
+    }
+    expectReduced<ProdNative, double2, double2>({{1, -0.0}, {1, -0.0}},
+                                                {{1, -0.0}, {1, -0.0}, {1, 0}, {1, 0}}, 2, true, 2);
+}
+
 TEST(ProdAsDouble, DoesNotSaturate) {
     expectReduced<ProdAsDouble, double, signed char>({1000000, -6}, {100, 100, 100, -1, 2, 3}, 3);
 }
@@ -168,6 +241,15 @@ TEST(Max, IsNaNOnlyIfAllAreOrIfNaNCounts) {
     expectReduced<Max, double, double>({nan}, {nan, nan, nan}, 3, false);
     expectReduced<Min, double, double>({3, 4}, {3, 7, nan, 4, 6, 5}, 3, false);
     expectReduced<Min, double, double>({nan, 4}, {3, 7, nan, 4, 6, 5}, 3, true);
+}
+
+TEST(Max, ThatKeepsNaNTakesTheLaterOfTwoZeros) {
+    for (unsigned long length : {2, 4, 128, 129, 256, 512}) {
+        SCOPED_TRACE(length);
+        Elements<double> const zeros = placed<double>(length, 0, {{length - 1, -0.0}});
+        expectFolded<Max, double>(-0.0, zeros);
+        expectFolded<Min, double>(-0.0, zeros);
+    }
 }
 
 TEST(Max, OfIntegersIsTheSameInBothModes) {
@@ -308,21 +390,25 @@ TEST(Reduction, WritesTheSameOnGridsThatFoldAndStep) {
 TEST(Reduction, SteppedInBothDimensionsWritesADiagonal) {
     unsigned long const stride = 256 * 8, length = 2, outer = 8;
     Elements<double> const in(stride * length * outer, 1.0);
-    DeviceArray<double> input(in), out(stride * outer);
     Elements<double> const before(stride * outer, -1.0);
-    out.set(before);
+    DeviceArray<double> input(in), sums(before), maxima(before), positions(before);
     {
         GridLimits const limits(2, 2);
-        ASSERT_EQ(cudaSuccess, SumNative::Invoker<double>()(nullptr, out.data(), input.data(), in.size(),
+        ASSERT_EQ(cudaSuccess, SumNative::Invoker<double>()(nullptr, sums.data(), input.data(), in.size(),
                                                             length, stride, true));
+        ASSERT_EQ(cudaSuccess,
+                  MaxWithIndex::Invoker<double>()(nullptr, maxima.data(), positions.data(), input.data(),
+                                                  in.size(), length, 1, stride, true));
     }
-    Elements<double> expected = before;
-    for (unsigned long y = 0; y < outer; ++y) {
-        for (unsigned long x = 0; x < stride; ++x) {
-            if (x / 256 / 2 == y / 2) expected[y * stride + x] = 2;
-        }
+    Elements<double> expectedSums = before, expectedMaxima = before;
+    for (unsigned long r = 0; r < before.size(); ++r) {
+        if (!onDiagonal(r % stride, r / stride, 256)) continue;
+        expectedSums[r] = 2;
+        expectedMaxima[r] = 1;
     }
-    expectSameBits(expected, out.values());
+    expectSameBits(expectedSums, sums.values());
+    expectSameBits(expectedMaxima, maxima.values());
+    expectSameBits(expectedMaxima, positions.values());  // each maximum, 1, is the first element
 }
 
 }  // namespace

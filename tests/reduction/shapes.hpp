@@ -43,6 +43,12 @@ inline std::vector<Shape> reductionShapes() {
     return shapes;
 }
 
+/// Whether a launch that steps in both dimensions on a grid of 2 by 2 comes by column `x` of slice `y`, with
+/// blocks of `width` columns.
+inline bool onDiagonal(unsigned long x, unsigned long y, unsigned long width) {
+    return x / width / 2 == y / 2;
+}
+
 /// Inputs of `n` elements: random ones, random ones among special ones, and small ones.
 template <class T>
 std::vector<Elements<T>> reductionInputs(unsigned long n) {

@@ -26,7 +26,8 @@ bool isNaN(T const& x) {
 }
 
 /// Negative, zero or positive as `x` comes before `y`, ties with it or comes after: by magnitude, overflow
-/// resolved at half the value, then by the smaller part where the larger is the same, then by angle.
+/// resolved at half the value, then by the smaller part where the larger is the same, then by angle. Beside
+/// an infinity, a part that is NaN counts as neither the larger nor the smaller.
 template <class T>
 int compareByMagnitude(T const& x, T const& y) {
     auto mx = std::hypot(x.x, x.y), my = std::hypot(y.x, y.y);
@@ -40,10 +41,10 @@ int compareByMagnitude(T const& x, T const& y) {
         if (mx < my) return -1;
         if (my < mx) return 1;
     }
-    auto const [lowX, highX] = std::minmax({std::abs(x.x), std::abs(x.y)});
-    auto const [lowY, highY] = std::minmax({std::abs(y.x), std::abs(y.y)});
-    if (highX == highY && lowX < lowY) return -1;
-    if (highX == highY && lowY < lowX) return 1;
+    auto const smaller = [](T const& v) { return std::fmin(std::abs(v.x), std::abs(v.y)); };
+    auto const larger = [](T const& v) { return std::fmax(std::abs(v.x), std::abs(v.y)); };
+    if (larger(x) == larger(y) && smaller(x) < smaller(y)) return -1;
+    if (larger(x) == larger(y) && smaller(y) < smaller(x)) return 1;
     P const angleX = std::atan2(x.y, x.x), angleY = std::atan2(y.y, y.x);
     return angleX < angleY ? -1 : angleY < angleX ? 1 : 0;
 }

@@ -170,6 +170,11 @@ TEST(SortVector, NegativeZeroComesFirstWithoutIndicesOnly) {
                            sortedVector({0, -0.0, 1, 0, -0.0, -1}, false, false).data);
 }
 
+TEST(SortVector, WithoutNaNHandlingANaNGoesByItsBits) {
+    expectSameBits<double>({-nan, -inf, 1, inf, nan}, sortedAlone({inf, -nan, 1, nan, -inf}, true));
+    expectSameBits<double>({nan, inf, 1, -inf, -nan}, sortedAlone({inf, -nan, 1, nan, -inf}, false));
+}
+
 TEST(SortVector, EqualValuesKeepAscendingIndicesInBothDirections) {
     expectSameBits<double>({2, 4, 1, 3, 5}, sortedVector({7, 1, 7, 1, 7}, true, false).indices);
     expectSameBits<double>({1, 3, 5, 2, 4}, sortedVector({7, 1, 7, 1, 7}, false, false).indices);
@@ -204,6 +209,27 @@ TEST(SortMatrix, NaNOfOneColumnStaysInIt) {
     }
 }
 
+TEST(SortMatrix, WithoutNaNHandlingANaNGoesByItsBits) {
+    for (bool ascending : {true, false}) {
+        DeviceArray<double> data{inf, -nan, 1, nan, -inf, nan, 2, -nan};
+        DeviceArray<int> columnIds{1, 1, 1, 1, 1, 2, 2, 2};
+        SortMatrix::Invoker<double>()(data.data(), columnIds.data(), 8, ascending, false);
+        std::vector<double> const up{-nan, -inf, 1, inf, nan, -nan, 2, nan};
+        std::vector<double> const down{nan, inf, 1, -inf, -nan, nan, 2, -nan};
+        expectSameBits(ascending ? up : down, data.values());
+        expectSameBits<int>({1, 1, 1, 1, 1, 2, 2, 2}, columnIds.values());
+    }
+}
+
+TEST(SortMatrix, LabelsAreOrderedToTheEndsOfTheirRange) {
+    constexpr int lowest = std::numeric_limits<int>::min(), highest = std::numeric_limits<int>::max();
+    DeviceArray<long> data{1, 2, 3, 4};
+    DeviceArray<int> columnIds{highest, 0, lowest, -1};
+    SortMatrix::Invoker<long>()(data.data(), columnIds.data(), 4, true, false);
+    expectSameBits<long>({3, 4, 2, 1}, data.values());
+    expectSameBits<int>({lowest, -1, 0, highest}, columnIds.values());
+}
+
 /// The order in which the sort puts values, ascending, as their first positions.
 std::vector<double> complexOrder(Elements<double2> const& values, bool ascending = true) {
     DeviceArray<double2> data(values);
@@ -233,6 +259,8 @@ TEST(ComplexSort, RoundedTiesGoByTheSmallerPart) {
     // The magnitudes all round to 1.
     expectSameBits<double>({3, 1, 2}, complexOrder({{1, 1e-20}, {1, -1e-10}, {1, 0}}));
     expectSameBits<double>({2, 1, 3}, complexOrder({{1, 1e-20}, {1, -1e-10}, {1, 0}}, false));
+    // The larger part may be the real or the imaginary one.
+    expectSameBits<double>({2, 1}, complexOrder({{1e-10, 1}, {-1, 1e-20}}));
 }
 
 TEST(ComplexSort, InfiniteValuesGoByPhase) {

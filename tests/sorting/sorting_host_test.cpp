@@ -43,10 +43,12 @@ long numLeft(std::vector<Call> const& calls) {
     return left;
 }
 
-/// Fails each allocation of a sort in turn.
-void failEachAllocation(std::function<void()> const& sort) {
+/// Fails each allocation of a sort in turn, and checks what each failure leaves. `numEmptyFrees` releases of
+/// no memory end a sort that succeeds.
+void failEachAllocation(
+    std::function<void()> const& sort, std::function<void()> const& check = [] {}, long numEmptyFrees = 0) {
     for (unsigned int after = 0;; ++after) {
-        ASSERT_LT(after, 100u);
+        ASSERT_LT(after, 1000u);
         hostdevice::failNextCall("cudaMalloc", cudaErrorMemoryAllocation, after);
         Recording const recording;
         bool thrown = false;
@@ -55,10 +57,12 @@ void failEachAllocation(std::function<void()> const& sort) {
         } catch (thrust::system::detail::bad_alloc const&) {
             thrown = true;
         }
-        EXPECT_EQ(0, numLeft(recording.calls()));
+        EXPECT_EQ(thrown ? 0 : -numEmptyFrees, numLeft(recording.calls()));
         EXPECT_EQ(cudaSuccess, cudaGetLastError());
         bool const reached = hostdevice::clearFailures() == 0;
         EXPECT_EQ(reached, thrown);
+        check();
+        if (::testing::Test::HasFailure()) return;
         if (!reached) {
             EXPECT_GT(after, 0u);
             return;
@@ -92,6 +96,103 @@ TEST(SortFailures, EveryFailedAllocationThrowsAndLeavesNothingBehind) {
             failEachAllocation([&] { SimpleSort::Invoker<double>()(data.data(), n); });
         }
     }
+}
+
+/// Expects `indices` to hold 1 to n, and each element of `after` to be the one of `before` that its index
+/// names.
+template <class E>
+void expectMovedBy(std::vector<double> indices, std::vector<E> const& before, std::vector<E> const& after) {
+    std::vector<unsigned long> positions;
+    for (double index : indices) positions.push_back(static_cast<unsigned long>(index) - 1);
+    std::sort(indices.begin(), indices.end());
+    ASSERT_TRUE(indices == runningIndices(before.size()));
+    expectSameBits(permuted(before, positions), after);
+}
+
+/// The labels, each with the bits of its value, in an order of no meaning.
+template <class T>
+std::vector<std::pair<int, std::string>> labelled(std::vector<int> const& labels, Elements<T> const& values) {
+    std::vector<std::pair<int, std::string>> pairs;
+    for (std::size_t i = 0; i < labels.size(); ++i)
+        pairs.emplace_back(labels[i], std::string(reinterpret_cast<char const*>(&values[i]), sizeof(T)));
+    std::sort(pairs.begin(), pairs.end());
+    return pairs;
+}
+
+/// Fails sorts whose ties are settled in several parts.
+template <class T>
+void expectNoValueLostFromVector(Pattern pattern) {
+    unsigned long const n = 70000;
+    DeviceArray<T> data(n);
+    DeviceArray<double> indices(n);
+    for (bool hasNaN : {false, true}) {
+        auto const values = makeValues<T>(pattern, n, hasNaN);
+        failEachAllocation(
+            [&] {
+                data.set(values);
+                indices.set(runningIndices(n));
+                SortVector::Invoker<T>()(data.data(), indices.data(), n, hasNaN, hasNaN);
+            },
+            [&] { expectMovedBy(indices.values(), values, data.values()); });
+    }
+}
+
+/// Fails sorts of a matrix whose columns are taken apart.
+template <class T>
+void expectNoValueLostFromMatrix() {
+    unsigned long const n = 3000;
+    auto const values = makeValues<T>(Pattern::special, n, true);
+    std::vector<int> labels;
+    for (unsigned long i = 0; i < n; ++i) labels.push_back(static_cast<int>(i % 29));
+    DeviceArray<T> data(values);
+    DeviceArray<double> indices(runningIndices(n));
+    DeviceArray<int> columnIds(labels);
+    failEachAllocation(
+        [&] {
+            data.set(values);
+            columnIds.set(labels);
+            SortMatrix::Invoker<T>()(data.data(), columnIds.data(), n, true, true);
+        },
+        [&] { EXPECT_TRUE(labelled<T>(labels, values) == labelled<T>(columnIds.values(), data.values())); });
+    failEachAllocation(
+        [&] {
+            data.set(values);
+            indices.set(runningIndices(n));
+            columnIds.set(labels);
+            SortMatrixIndex::Invoker<T>()(data.data(), indices.data(), columnIds.data(), n, false, true);
+        },
+        [&] {
+            expectMovedBy(indices.values(), values, data.values());
+            expectMovedBy(indices.values(), labels, columnIds.values());
+        });
+}
+
+TEST(SortFailures, AFailedSortLosesNoValue) {
+    expectNoValueLostFromVector<double>(Pattern::special);
+    expectNoValueLostFromVector<double2>(Pattern::few);
+    expectNoValueLostFromMatrix<double>();
+    expectNoValueLostFromMatrix<double2>();
+}
+
+TEST(SortFailures, AFailedSortOfRowsLosesNoRow) {
+    unsigned long const numRows = 70000;
+    DeviceArray<double> matrix(makeValues<double>(Pattern::few, numRows, true));
+    std::vector<unsigned int> rows(numRows);
+    std::iota(rows.rbegin(), rows.rend(), 1u);
+    DeviceArray<unsigned int> rowIndices(rows);
+    double const descending = -1;
+    failEachAllocation(
+        [&] {
+            rowIndices.set(rows);
+            EXPECT_EQ(cudaSuccess, SortrowsIndex::Invoker<double>()(matrix.data(), rowIndices.data(), numRows,
+                                                                    1, &descending));
+        },
+        [&] {
+            auto left = rowIndices.values();
+            std::sort(left.begin(), left.end(), std::greater<>());
+            EXPECT_TRUE(left == rows);
+        },
+        1);
 }
 
 TEST(SortFailures, SmallSortsTakeNoMemory) {
@@ -186,6 +287,26 @@ TEST_F(SortRowsCalls, ALongListGoesToABufferThatIsReleased) {
     EXPECT_EQ(8192u, calls[3].bytes);
     EXPECT_EQ(8u, calls[4].bytes);
     EXPECT_EQ(8u, calls[5].bytes);
+}
+
+TEST_F(SortRowsCalls, AListOf1024NeedsNoBuffer) {
+    {
+        Recording const recording;
+        EXPECT_EQ(cudaSuccess, sort(1, std::vector<double>(1024, 1.0)));
+        auto const calls = recording.calls();
+        EXPECT_EQ((std::vector<std::string>{"cudaMemcpyToSymbol", "cudaMemcpyToSymbol", "cudaMemcpyToSymbol",
+                                            "cudaMemcpyToSymbol", "cudaFree"}),
+                  names(calls));
+        EXPECT_EQ(8192u, calls[3].bytes);
+    }
+    Recording const recording;
+    EXPECT_EQ(cudaSuccess, sort(1, std::vector<double>(1100, 1.0)));
+    auto const calls = recording.calls();
+    ASSERT_EQ(7u, calls.size());
+    EXPECT_EQ("cudaMalloc", calls[4].name);
+    EXPECT_EQ(608u, calls[4].bytes);
+    EXPECT_EQ("cudaMemcpy", calls[5].name);
+    EXPECT_EQ(608u, calls[5].bytes);
 }
 
 TEST_F(SortRowsCalls, TheFirstFailedScalarIsTheStatusAndAllAreCopied) {
@@ -289,6 +410,19 @@ TEST_F(IsSortedCalls, NothingIsNotLaunched) {
         EXPECT_EQ((std::vector<std::string>{"cudaMemcpyToSymbolAsync", "cudaMemcpyFromSymbolAsync",
                                             "cudaStreamSynchronize"}),
                   names(recording.calls()));
+    }
+}
+
+TEST_F(IsSortedCalls, OneElementIsLaunched) {
+    for (Verdict const& family : families) {
+        Recording const recording;
+        EXPECT_TRUE(family(nullptr, data.data(), 1));
+        auto const launches = recording.launches();
+        ASSERT_EQ(1u, launches.size());
+        dim3 const grid = launches[0].grid, block = launches[0].block;
+        EXPECT_EQ((std::vector<unsigned int>{1, 1, 1}), (std::vector<unsigned int>{grid.x, grid.y, grid.z}));
+        EXPECT_EQ((std::vector<unsigned int>{256, 1, 1}),
+                  (std::vector<unsigned int>{block.x, block.y, block.z}));
     }
 }
 

@@ -122,6 +122,28 @@ TEST(SortRows, TheFractionOfAnEntryIsCutOff) {
     expectSameBits<unsigned int>({1, 3, 2}, deviceSort<long>(matrix, 3, {-2.7}));
 }
 
+TEST(SortRows, RowsThatDifferOnlyInLateColumns) {
+    // Column k marks row 20 - k, which comes after all rows that no column up to k marks; the last column
+    // turns the unmarked rows round.
+    unsigned int const numRows = 200, numColumns = 20;
+    std::vector<double> matrix(numRows * numColumns, 0.0), order(numColumns);
+    for (unsigned int k = 1; k < numColumns; ++k) matrix[(k - 1) * numRows + (numColumns - k) - 1] = 1;
+    for (unsigned int row = 1; row <= numRows; ++row)
+        matrix[(numColumns - 1) * numRows + row - 1] = 200.0 - row;
+    std::iota(order.begin(), order.end(), 1.0);
+    std::vector<unsigned int> expected;
+    for (unsigned int row = 200; row >= 20; --row) expected.push_back(row);
+    for (unsigned int row = 1; row <= 19; ++row) expected.push_back(row);
+    expectSameBits(expected, deviceSort<double>(matrix, numRows, order));
+}
+
+TEST(SortRows, WithoutAListTheFirstColumnsMayBeMoreThanConstantMemoryLists) {
+    unsigned long const numColumns = 1100;
+    std::vector<long> matrix(3 * (numColumns - 1), 7);
+    matrix.insert(matrix.end(), {3, 1, 2});
+    expectSameBits<unsigned int>({2, 3, 1}, deviceSort<long>(matrix, {1, 2, 3}, numColumns, nullptr));
+}
+
 TEST(SortRows, RowsThatTieStandByNumberInBothDirectionsHoweverTheyCameIn) {
     std::vector<long> const matrix{5, 5, 5, 5};
     for (double entry : {1.0, -1.0}) {
