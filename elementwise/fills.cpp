@@ -1,5 +1,6 @@
 #include <gpuruntime/fills.hpp>
 
+#include "conversion.hpp"
 #include "frame/complex.hpp"
 #include "frame/elementwise.hpp"
 #include "frame/instantiation.hpp"
@@ -33,7 +34,7 @@ struct FillArrayWithRunningIndexKernel {
         if constexpr (std::is_same_v<T, int>) {
             out[at.i] = static_cast<int>(index + static_cast<unsigned int>(offset));
         } else {
-            out[at.i] = index + offset;
+            out[at.i] = backend::fromUint32(index) + offset;
         }
     }
 };

@@ -15,7 +15,7 @@ enum LinLogspaceMethod { linear = 0, logarithmic = 1 };
 /// Element `i` of `n` evenly spaced values, `i` below `n` - 1. Where the difference of the ends overflows,
 /// each end is weighed by itself.
 GPU_DEVICE double spaced(unsigned int i, unsigned int n, double first, double last) {
-    double const position = i, intervals = n - 1;
+    double const position = backend::fromUint32(i), intervals = n - 1;
     double const difference = last - first;
     if (backend::isInf(difference)) {
         return backend::fma(position, last / intervals, first) - position * (first / intervals);
@@ -25,7 +25,7 @@ GPU_DEVICE double spaced(unsigned int i, unsigned int n, double first, double la
 
 /// In `float` only the difference and the final sum are rounded to single precision.
 GPU_DEVICE float spaced(unsigned int i, unsigned int n, float first, float last) {
-    double const position = i, intervals = n - 1;
+    double const position = backend::fromUint32(i), intervals = n - 1;
     float const difference = last - first;
     if (backend::isInf(difference)) {
         float const ofLast = static_cast<float>(position * (last / intervals));

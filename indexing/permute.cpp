@@ -137,10 +137,10 @@ struct PermuteKernelVaryDim1 {
         unsigned long const toStep = alongOutput ? blockSize : blockSize * outputStep;
         for (unsigned int step = 0; step < steps; ++step) {
             if (alongOutput) {
-                internal::prefetchTiles<tile, maxSteps>(step, to, outputStep);
+                internal::prefetchTiles<tile>(maxSteps, step, to, outputStep);
                 internal::prefetchRows<tile>(from + fromStep, inputStep, tile);
             } else {
-                internal::prefetchTiles<tile, maxSteps>(step, from, inputStep);
+                internal::prefetchTiles<tile>(maxSteps, step, from, inputStep);
                 internal::prefetchRows<tile>(to + toStep, outputStep, tile);
             }
             at.threads.template forEach<tile, tile>(dim3(inputLeft, outputLeft), [&](backend::Thread t) {

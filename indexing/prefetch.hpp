@@ -14,12 +14,13 @@ GPU_DEVICE void prefetchRows(T const* first, unsigned long stride, unsigned int 
 }
 
 /// The same for every so many tiles, by `number`: at once the rows of the tiles that follow along them and
-/// are used soon, `closeTiles` at most, and as many as make a `fastRun`.
-template <unsigned int tile, unsigned int closeTiles, class T>
-GPU_DEVICE void prefetchTiles(unsigned int number, T const* first, unsigned long stride) {
+/// are used soon, `closeTiles` at most, a power of two, and as many as make a `fastRun`.
+template <unsigned int tile, class T>
+GPU_DEVICE void prefetchTiles(unsigned int closeTiles, unsigned int number, T const* first,
+                              unsigned long stride) {
     constexpr unsigned int tilesInRun = fastRun / (tile * sizeof(T));
-    constexpr unsigned int count = closeTiles < tilesInRun ? closeTiles : tilesInRun;
-    if (number % count == 0) prefetchRows<tile>(first, stride, count * tile);
+    unsigned int const count = closeTiles < tilesInRun ? closeTiles : tilesInRun;
+    if ((number & (count - 1)) == 0) prefetchRows<tile>(first, stride, count * tile);
 }
 
 }  // namespace gpuruntime::internal

@@ -50,8 +50,8 @@ struct TransposeKernel {
     static GPU_DEVICE void apply(cuda::Fixed2DBlockIterator const& at, T* out, T const* in) {
         GPU_SHARED PaddedTile<T, tile> block;
         unsigned int const x = at.blockX * tile, y = at.blockY * tile;
-        prefetchTiles<tile, backend::closeBlocksX>(at.blockX, in + (y * at.nx + x), at.nx);
-        prefetchTiles<tile, backend::closeBlocksY>(at.blockY, out + (x * at.ny + y), at.ny);
+        prefetchTiles<tile>(backend::closeBlocksX(), at.blockX, in + (y * at.nx + x), at.nx);
+        prefetchTiles<tile>(backend::closeBlocksY(), at.blockY, out + (x * at.ny + y), at.ny);
         loadTile<conjugate>(at, block, in, x, y);
         backend::blockBarrier();
         storeTurned(at, out, block, x, y);
@@ -70,8 +70,8 @@ struct TransposeInPlaceKernel {
 
         GPU_SHARED PaddedTile<T, tile> blockB, blockC;
         unsigned int const x = at.blockX * tile, y = at.blockY * tile;
-        prefetchTiles<tile, backend::closeBlocksX>(at.blockX, data + (y * at.nx + x), at.nx);
-        if (mirror) prefetchTiles<tile, backend::closeBlocksY>(at.blockY, data + (x * at.nx + y), at.nx);
+        prefetchTiles<tile>(backend::closeBlocksX(), at.blockX, data + (y * at.nx + x), at.nx);
+        if (mirror) prefetchTiles<tile>(backend::closeBlocksY(), at.blockY, data + (x * at.nx + y), at.nx);
         loadTile<conjugate>(at, blockB, data, x, y);
         if (mirror) loadTile<conjugate>(at, blockC, data, y, x);
         backend::blockBarrier();

@@ -32,8 +32,8 @@ GPU_DEVICE void blockBarrier() { __syncthreads(); }
 
 /// Neighbouring blocks of a grid that run close to each other in time: here all do, and nothing needs
 /// fetching ahead.
-inline constexpr unsigned int closeBlocksX = 1;
-inline constexpr unsigned int closeBlocksY = 1;
+GPU_DEVICE unsigned int closeBlocksX() { return 1; }
+GPU_DEVICE unsigned int closeBlocksY() { return 1; }
 
 template <class T>
 GPU_DEVICE void prefetch(T const*, unsigned int) {}

@@ -40,8 +40,10 @@ GPU_DEVICE void blockBarrier() {}
 
 /// Neighbouring blocks of a grid that run close to each other in time: memory that a block fetches ahead for
 /// this many in a direction is likely to be there when they run.
-inline constexpr unsigned int closeBlocksX = hostdevice::BlockWalk::groupX;
-inline constexpr unsigned int closeBlocksY = hostdevice::BlockWalk::groupY;
+GPU_DEVICE unsigned int closeBlocksX() {
+    return hostdevice::BlockWalk::groupWidth(hostdevice::currentBlock.grid);
+}
+GPU_DEVICE unsigned int closeBlocksY() { return hostdevice::BlockWalk::groupHeight; }
 
 /// Fetches `count` elements from `from` on, which need not exist, ahead of their use. Scattered accesses
 /// gain: several lines in a row come much faster than one at a time.

@@ -30,15 +30,19 @@ extern __thread BlockPosition currentBlock __attribute__((tls_model("initial-exe
 /// pages; x fastest within a group and among the groups.
 class BlockWalk {
   public:
-    static constexpr unsigned int groupX = 8, groupY = 16;
+    static constexpr unsigned int groupHeight = 16;
 
-    BlockWalk(dim3 grid, std::uint64_t start) : grid_(grid) {
+    /// Neighbours in x. Where an extent is a multiple of 64 blocks, the rows of blocks are likely to lie a
+    /// power of two apart in memory; few of them fit into the cache at once, so the groups are narrow.
+    static unsigned int groupWidth(dim3 grid) { return grid.x % 64 == 0 || grid.y % 64 == 0 ? 2 : 8; }
+
+    BlockWalk(dim3 grid, std::uint64_t start) : grid_(grid), groupWidth_(groupWidth(grid)) {
         std::uint64_t const plane = std::uint64_t{grid.x} * grid.y;
         std::uint64_t rest = start % plane;
-        enterRow(static_cast<unsigned int>(rest / (std::uint64_t{grid.x} * groupY)) * groupY);
+        enterRow(static_cast<unsigned int>(rest / (std::uint64_t{grid.x} * groupHeight)) * groupHeight);
         rest -= std::uint64_t{grid.x} * top_;
         unsigned int const height = bottom_ - top_;
-        enterGroup(static_cast<unsigned int>(rest / (groupX * height)) * groupX);
+        enterGroup(static_cast<unsigned int>(rest / (groupWidth_ * height)) * groupWidth_);
         auto const place = static_cast<unsigned int>(rest - std::uint64_t{left_} * height);
         index_ = {left_ + place % (right_ - left_), top_ + place / (right_ - left_),
                   static_cast<unsigned int>(start / plane)};
@@ -63,15 +67,16 @@ class BlockWalk {
   private:
     void enterRow(unsigned int top) {
         top_ = top;
-        bottom_ = top + std::min(groupY, grid_.y - top);
+        bottom_ = top + std::min(groupHeight, grid_.y - top);
     }
 
     void enterGroup(unsigned int left) {
         left_ = left;
-        right_ = left + std::min(groupX, grid_.x - left);
+        right_ = left + std::min(groupWidth_, grid_.x - left);
     }
 
     dim3 grid_;
+    unsigned int groupWidth_;
     uint3 index_;
     unsigned int left_, right_, top_, bottom_;  ///< the group's first and past-the-last block
 };
