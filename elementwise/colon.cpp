@@ -9,6 +9,19 @@
 namespace gpuruntime {
 namespace {
 
+/// Stores `value(i)` at `out[i]` for the block's elements in [`begin`, `end`). The values ascend or descend,
+/// and their ends tell whether any has to saturate: conversions that do cost more than all the rest.
+template <class T, class Value>
+GPU_DEVICE void store(elementwisedetail::BlockOfElements const& block, T* out, unsigned int begin,
+                      unsigned int end, Value value) {
+    if (begin < end && internal::areStoredAsInt<T>(value(begin), value(end - 1))) {
+        block.forEach(begin, end,
+                      [&](unsigned int i) { out[i] = static_cast<T>(static_cast<int>(value(i))); });
+    } else {
+        block.forEach(begin, end, [&](unsigned int i) { out[i] = internal::storedAs<T>(value(i)); });
+    }
+}
+
 // Counted from both ends, so that both are exact and the rounding errors meet in the middle, where an element
 // in the very centre is computed by itself.
 template <class T>
@@ -16,14 +29,11 @@ struct ColonKernel {
     static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T* out, double first,
                                  double step, double last) {
         unsigned int const n = block.n, numBefore = n / 2, firstAfter = n - n / 2;
-        block.forEach(0, numBefore, [&](unsigned int i) {
-            out[i] = internal::storedAs<T>(first + backend::fromUint32(i) * step);
-        });
-        block.forEach(numBefore, firstAfter,
-                      [&](unsigned int i) { out[i] = internal::storedAs<T>(centre(first, last)); });
-        block.forEach(firstAfter, n, [&](unsigned int i) {
-            out[i] = internal::storedAs<T>(last - backend::fromUint32(n - 1 - i) * step);
-        });
+        store(block, out, 0, numBefore,
+              [=](unsigned int i) { return first + backend::fromUint32(i) * step; });
+        store(block, out, numBefore, firstAfter, [=](unsigned int) { return centre(first, last); });
+        store(block, out, firstAfter, n,
+              [=](unsigned int i) { return last - backend::fromUint32(n - 1 - i) * step; });
     }
 
   private:
@@ -36,8 +46,10 @@ struct ColonKernel {
 
 template <class T>
 struct IntColonKernel {
-    static GPU_DEVICE void apply(elementwisedetail::Position at, T* out, double first, double step) {
-        out[at.i] = internal::storedAs<T>(backend::fma(backend::fromUint32(at.i), step, first));
+    static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T* out, double first,
+                                 double step) {
+        store(block, out, 0, block.n,
+              [=](unsigned int i) { return backend::fma(backend::fromUint32(i), step, first); });
     }
 };
 

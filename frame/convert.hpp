@@ -28,4 +28,15 @@ GPU_DEVICE T storedAs(double value) {
     }
 }
 
+/// Whether what lies between two values is stored in a `T` as if by way of `int`, with nothing to saturate.
+template <class T>
+GPU_DEVICE bool areStoredAsInt(double a, double b) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return false;
+    } else {
+        double const low = std::is_unsigned_v<T> ? 0.0 : -0x1p31, high = 0x1p31;
+        return a >= low && b >= low && a < high && b < high;
+    }
+}
+
 }  // namespace gpuruntime::internal

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <numeric>
 #include <optional>
 #include <vector>
@@ -355,6 +356,11 @@ unsigned long stablePartition(Predicate predicate, unsigned long n, T* data, V*.
         n, Misplaced{n, 0},
         [=](unsigned long partBegin, unsigned long partEnd) {
             Misplaced part{n, 0};
+            // Mostly all do, and counting them is fast.
+            if (std::count_if(data + partBegin, data + partEnd, predicate) ==
+                static_cast<long>(partEnd - partBegin)) {
+                return Misplaced{n, partEnd};
+            }
             for (unsigned long i = partBegin; i < partEnd; ++i) {
                 bool const satisfies = predicate(data[i]);
                 part = {satisfies ? part.begin : std::min(part.begin, i), satisfies ? i + 1 : part.end};
@@ -370,17 +376,36 @@ unsigned long stablePartition(Predicate predicate, unsigned long n, T* data, V*.
                                     Carried<V>(values + begin, size)...);
 }
 
+/// Whether no label is less than the one before it.
+inline bool ascend(unsigned long n, int const* labels) {
+    return n == 0 || reduceParts(
+                         n - 1, true,
+                         [=](unsigned long first, unsigned long last) {
+                             bool descends = false;
+                             for (unsigned long i = first; i < last; ++i)
+                                 descends |= labels[i + 1] < labels[i];
+                             return !descends;
+                         },
+                         std::logical_and<>());
+}
+
+/// Past the last of the equal labels that start at `begin`, among `n` that ascend: in growing steps, and then
+/// by halves.
+inline unsigned long endOfRun(int const* labels, unsigned long begin, unsigned long n) {
+    unsigned long step = 1;
+    while (step < n - begin && labels[begin + step] == labels[begin]) step *= 2;
+    int const* const last = labels + std::min(begin + step, n);
+    return static_cast<unsigned long>(std::upper_bound(labels + begin, last, labels[begin]) - labels);
+}
+
 /// Sorts each group of elements that share a label, groups in ascending order of label. `sort(n, data,
 /// values...)` is the stable sort of one group. Groups are brought together first, for which there is mostly
 /// nothing to do, and then sorted by themselves, which is less work than to sort all elements at once.
 template <class LabelOrder, class Sort, class T, class... V>
 void sortGroups(LabelOrder labelOrder, Sort sort, unsigned long n, int* labels, T* data, V*... values) {
-    if (!std::is_sorted(labels, labels + n)) stableSort(labelOrder, n, labels, data, values...);
-    std::vector<unsigned long> begins;
-    for (unsigned long i = 0; i < n; ++i) {
-        if (i == 0 || labels[i] != labels[i - 1]) begins.push_back(i);
-    }
-    begins.push_back(n);
+    if (!ascend(n, labels)) stableSort(labelOrder, n, labels, data, values...);
+    std::vector<unsigned long> begins{0};
+    while (begins.back() < n) begins.push_back(endOfRun(labels, begins.back(), n));
     eachInParallel(begins.size() - 1, [&](unsigned long group) {
         unsigned long const begin = begins[group];
         sort(begins[group + 1] - begin, data + begin, (values + begin)...);
