@@ -15,10 +15,10 @@ template <class T, class Value>
 GPU_DEVICE void store(elementwisedetail::BlockOfElements const& block, T* out, unsigned int begin,
                       unsigned int end, Value value) {
     if (begin < end && internal::areStoredAsInt<T>(value(begin), value(end - 1))) {
-        block.forEach(begin, end,
-                      [&](unsigned int i) { out[i] = static_cast<T>(static_cast<int>(value(i))); });
+        block.store(out, begin, end,
+                    [=](unsigned int i) { return static_cast<T>(static_cast<int>(value(i))); });
     } else {
-        block.forEach(begin, end, [&](unsigned int i) { out[i] = internal::storedAs<T>(value(i)); });
+        block.store(out, begin, end, [=](unsigned int i) { return internal::storedAs<T>(value(i)); });
     }
 }
 

@@ -23,19 +23,24 @@ struct EyeKernel {
 
 template <class T>
 struct GenericOnesKernel {
-    static GPU_DEVICE void apply(elementwisedetail::Position at, T* out, T value) { out[at.i] = value; }
+    static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T* out, T value) {
+        block.store(out, 0, block.n, [=](unsigned int) { return value; });
+    }
 };
 
 template <class T>
 struct FillArrayWithRunningIndexKernel {
-    static GPU_DEVICE void apply(elementwisedetail::Position at, T* out, internal::InvariantDivisor period,
-                                 internal::InvariantDivisor repeatEach, T offset) {
-        unsigned int const index = repeatEach.quotient(period.remainder(at.i));
-        if constexpr (std::is_same_v<T, int>) {
-            out[at.i] = static_cast<int>(index + static_cast<unsigned int>(offset));
-        } else {
-            out[at.i] = backend::fromUint32(index) + offset;
-        }
+    static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T* out,
+                                 internal::InvariantDivisor period, internal::InvariantDivisor repeatEach,
+                                 T offset) {
+        block.store(out, 0, block.n, [=](unsigned int i) {
+            unsigned int const index = repeatEach.quotient(period.remainder(i));
+            if constexpr (std::is_same_v<T, int>) {
+                return static_cast<int>(index + static_cast<unsigned int>(offset));
+            } else {
+                return backend::fromUint32(index) + offset;
+            }
+        });
     }
 };
 

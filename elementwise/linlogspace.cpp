@@ -36,12 +36,11 @@ GPU_DEVICE float spaced(unsigned int i, unsigned int n, float first, float last)
 }
 
 template <class T>
-GPU_DEVICE T spacedValue(elementwisedetail::Position at, T first, T last) {
-    if (at.i == at.n - 1) return last;
+GPU_DEVICE T spacedValue(unsigned int i, unsigned int n, T first, T last) {
     if constexpr (internal::isComplex<T>) {
-        return {spaced(at.i, at.n, first.x, last.x), spaced(at.i, at.n, first.y, last.y)};
+        return {spaced(i, n, first.x, last.x), spaced(i, n, first.y, last.y)};
     } else {
-        return spaced(at.i, at.n, first, last);
+        return spaced(i, n, first, last);
     }
 }
 
@@ -75,14 +74,21 @@ GPU_DEVICE T tenToThe(T exponent) {
     }
 }
 
+// The last element is `last` itself.
 template <class T, LinLogspaceMethod method>
 struct LinlogspaceKernel {
-    static GPU_DEVICE void apply(elementwisedetail::Position at, T* out, T first, T last) {
-        T const value = spacedValue(at, first, last);
+    static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T* out, T first, T last) {
+        unsigned int const n = block.n;
+        block.store(out, 0, n - 1, [=](unsigned int i) { return made(spacedValue(i, n, first, last)); });
+        block.store(out, n - 1, n, [=](unsigned int) { return made(last); });
+    }
+
+  private:
+    static GPU_DEVICE T made(T value) {
         if constexpr (method == logarithmic) {
-            out[at.i] = tenToThe(value);
+            return tenToThe(value);
         } else {
-            out[at.i] = value;
+            return value;
         }
     }
 };

@@ -5,6 +5,7 @@
 #include "device.hpp"
 #include "frame/launch.hpp"
 #include "frame/shape.hpp"
+#include "store.hpp"
 
 /// Element-wise frames: one independent thread per element. A functor is an empty type with a device-side
 /// static `apply(position, arguments...)`; the frame owns the shape, the index arithmetic, the bounds test
@@ -27,6 +28,12 @@ struct BlockOfElements {
     template <class F>
     GPU_DEVICE void forEach(unsigned int begin, unsigned int end, F f) const {
         threads.forEachIndex(first, begin, end < n ? end : n, f);
+    }
+
+    /// Stores `value(i)` at `out[i]` for the same elements.
+    template <class T, class Value>
+    GPU_DEVICE void store(T* out, unsigned int begin, unsigned int end, Value value) const {
+        backend::storeEach(threads, out, n, first, begin, end < n ? end : n, value);
     }
 };
 

@@ -1,5 +1,7 @@
 // Kernels: attributes, launch and the sharing out of blocks.
 
+#include <immintrin.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -76,8 +78,10 @@ class Run {
     }
 
   private:
+    /// The fence makes streamed stores visible with whatever tells that the blocks have run.
     void runSerially(std::uint64_t first, std::uint64_t last) const {
         kernel_.runBlocks(arguments_, grid_, block_, first, last);
+        _mm_sfence();
     }
 
     /// Runs growing batches of blocks, so that the clock is read seldom, and shares out what is left when

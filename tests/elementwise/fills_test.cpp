@@ -266,5 +266,45 @@ TYPED_TEST(FillMovVectorOf, OfNoElementsWritesNothing) {
     EXPECT_TRUE(out.untouched());
 }
 
+// --- Arrays larger than caches ---
+
+/// Fills an array of more than 64 MiB that begins `offset` elements into an allocation; returns how many
+/// elements differ from `expected(i)`.
+template <class T, class Fill, class Expected>
+unsigned long numWrong(unsigned long offset, Fill fill, Expected expected) {
+    unsigned long const n = (1ul << 26) / sizeof(T) + 300;
+    DeviceArray<T> out(n + offset);
+    fill(n, out.data() + offset);
+    EXPECT_EQ(cudaSuccess, cudaGetLastError());
+    auto const values = out.values();
+    unsigned long wrong = 0;
+    for (unsigned long i = 0; i < n; ++i) wrong += !testing::sameBits(expected(i), values[offset + i]);
+    return wrong;
+}
+
+TEST(LargeFills, StoreEveryElement) {
+    for (unsigned long offset : {0ul, 1ul}) {
+        EXPECT_EQ(0u, numWrong<unsigned long>(
+                          offset,
+                          [](unsigned long n, auto* out) {
+                              GenericOnes::Invoker<unsigned long>()(nullptr, n, out, 7);
+                          },
+                          [](unsigned long) { return 7ul; }));
+        ulonglong2 const pair{7, 8};
+        EXPECT_EQ(0u, numWrong<ulonglong2>(
+                          offset,
+                          [&](unsigned long n, auto* out) {
+                              GenericOnes::Invoker<ulonglong2>()(nullptr, n, out, pair);
+                          },
+                          [&](unsigned long) { return pair; }));
+        EXPECT_EQ(0u, numWrong<int>(
+                          offset,
+                          [](unsigned long n, auto* out) {
+                              FillArrayWithRunningIndex::Invoker<int>()(nullptr, n, out, 3, 1000, -5);
+                          },
+                          [](unsigned long i) { return static_cast<int>(i / 3 % 1000) - 5; }));
+    }
+}
+
 }  // namespace
 }  // namespace gpuruntime

@@ -500,5 +500,41 @@ TYPED_TEST(LogspaceOf, TakesSpecialExponents) {
     }
 }
 
+// --- Arrays larger than caches ---
+
+template <class T>
+class LargeRangesOf : public ::testing::Test {};
+using RangeTypes = ::testing::Types<signed char, unsigned char, short, unsigned short, int, unsigned int,
+                                    long, unsigned long, float, double>;
+TYPED_TEST_SUITE(LargeRangesOf, RangeTypes);
+
+TYPED_TEST(LargeRangesOf, StoreEveryElement) {
+    using T = TypeParam;
+    unsigned long const n = (1ul << 26) / sizeof(T) + 301;
+    double const last = static_cast<double>(n - 1);
+    DeviceArray<T> up(n), down(n + 1);
+    IntColon::Invoker<T>()(nullptr, n, up.data(), 0, 1);
+    Colon::Invoker<T>()(nullptr, n, down.data() + 1, last, -1, 0);  // on no cache line's border
+    EXPECT_EQ(cudaSuccess, cudaGetLastError());
+    auto const upwards = up.values(), downwards = down.values();
+    unsigned long wrong = 0;
+    for (unsigned long i = 0; i < n; ++i) {
+        wrong += upwards[i] != static_cast<T>(i);
+        wrong += downwards[i + 1] != static_cast<T>(n - 1 - i);
+    }
+    EXPECT_EQ(0u, wrong);
+}
+
+TEST(LargeRanges, OfSpacedValuesStoreEveryElement) {
+    unsigned long const n = (1ul << 23) + 301;
+    DeviceArray<double> spaced(n);
+    Linspace::Invoker<double>()(nullptr, n, spaced.data(), 0, static_cast<double>(n - 1));
+    EXPECT_EQ(cudaSuccess, cudaGetLastError());
+    auto const values = spaced.values();
+    unsigned long wrong = 0;
+    for (unsigned long i = 0; i < n; ++i) wrong += values[i] != static_cast<double>(i);
+    EXPECT_EQ(0u, wrong);
+}
+
 }  // namespace
 }  // namespace gpuruntime
