@@ -5,6 +5,7 @@
 #include "frame/elementwise.hpp"
 #include "frame/instantiation.hpp"
 #include "frame/invariant_divisor.hpp"
+#include "frame/small_invariant_divisor.hpp"
 
 namespace gpuruntime {
 namespace {
@@ -29,18 +30,50 @@ struct GenericOnesKernel {
 };
 
 template <class T>
+GPU_DEVICE T offsetIndex(unsigned int index, T offset) {
+    if constexpr (std::is_same_v<T, int>) {
+        return static_cast<int>(index + static_cast<unsigned int>(offset));
+    } else {
+        return backend::fromUint32(index) + offset;
+    }
+}
+
+/// The divisors by which an element finds its index: for short periods, in which a block counts from the last
+/// multiple of the period before it, and for long ones, where the product of the two may have wrapped.
+struct RunningIndex {
+    internal::InvariantDivisor period, repeatEach;
+    bool isShort;
+    internal::SmallInvariantDivisor shortRepeatEach, shortNumRuns;
+
+    RunningIndex(unsigned int repeatEach, unsigned int numRuns)
+        : period(repeatEach * numRuns),
+          repeatEach(repeatEach),
+          isShort(isShortPeriod(1ul * repeatEach * numRuns)),
+          shortRepeatEach(repeatEach),
+          shortNumRuns(numRuns) {}
+
+  private:
+    static bool isShortPeriod(unsigned long product) {
+        return product != 0 &&
+               product <= internal::SmallInvariantDivisor::dividendLimit - internal::MAX_THREADS_PER_BLOCK;
+    }
+};
+
+template <class T>
 struct FillArrayWithRunningIndexKernel {
-    static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T* out,
-                                 internal::InvariantDivisor period, internal::InvariantDivisor repeatEach,
+    static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T* out, RunningIndex by,
                                  T offset) {
-        block.store(out, 0, block.n, [=](unsigned int i) {
-            unsigned int const index = repeatEach.quotient(period.remainder(i));
-            if constexpr (std::is_same_v<T, int>) {
-                return static_cast<int>(index + static_cast<unsigned int>(offset));
-            } else {
-                return backend::fromUint32(index) + offset;
-            }
-        });
+        if (by.isShort) {
+            unsigned int const origin = block.first - by.period.remainder(block.first);
+            block.store(out, 0, block.n, [=](unsigned int i) {
+                int const run = by.shortRepeatEach.quotient(static_cast<int>(i - origin));
+                return offsetIndex(static_cast<unsigned int>(by.shortNumRuns.remainder(run)), offset);
+            });
+        } else {
+            block.store(out, 0, block.n, [=](unsigned int i) {
+                return offsetIndex(by.repeatEach.quotient(by.period.remainder(i)), offset);
+            });
+        }
     }
 };
 
@@ -63,9 +96,8 @@ void FillArrayWithRunningIndex::Invoker<T>::operator()(CUstream_st* stream, unsi
                                                        T offset) const {
     auto const repeats = static_cast<unsigned int>(repeatEach);
     auto const runs = static_cast<unsigned int>(numRuns);
-    elementwisedetail::launch<FillArrayWithRunningIndexKernel<T>>(
-        stream, n, out, internal::InvariantDivisor(repeats * runs), internal::InvariantDivisor(repeats),
-        offset);
+    elementwisedetail::launch<FillArrayWithRunningIndexKernel<T>>(stream, n, out, RunningIndex(repeats, runs),
+                                                                  offset);
 }
 
 void _forceInstantiation_(detail::Opaque& opaque, Eye*) {

@@ -71,13 +71,14 @@ cudaError_t cudaMalloc(void** pointer, size_t size);
 cudaError_t cudaFree(void* pointer);
 
 /// Copies `count` bytes. `kind` outside `cudaMemcpyKind` gives `cudaErrorInvalidMemcpyDirection`; a null
-/// pointer gives `cudaErrorInvalidValue` unless `count` is 0.
+/// pointer gives `cudaErrorInvalidValue` unless `count` is 0, and so do bytes past the end of the
+/// `cudaMalloc` block in which they begin.
 cudaError_t cudaMemcpy(void* destination, void const* source, size_t count, enum cudaMemcpyKind kind);
 cudaError_t cudaMemcpyAsync(void* destination, void const* source, size_t count, enum cudaMemcpyKind kind,
                             cudaStream_t stream KVGPU_DEFAULT(0));
 
 /// Fills `count` bytes with the low byte of `value`. A null pointer gives `cudaErrorInvalidValue` unless
-/// `count` is 0.
+/// `count` is 0, and so do bytes past the end of the `cudaMalloc` block in which they begin.
 cudaError_t cudaMemset(void* pointer, int value, size_t count);
 cudaError_t cudaMemsetAsync(void* pointer, int value, size_t count, cudaStream_t stream KVGPU_DEFAULT(0));
 

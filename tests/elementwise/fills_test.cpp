@@ -152,6 +152,17 @@ TYPED_TEST(RunningIndexOf, AgreesWithTheReference) {
     }
 }
 
+TYPED_TEST(RunningIndexOf, AgreesWithTheReferenceOverWholePeriods) {
+    // Periods around the longest of the fast form, 2^21 - 256, and products that wrap to short ones.
+    unsigned int const extents[][2] = {{1, 2096896}, {2096896, 1},   {1448, 1448},
+                                       {1447, 1449}, {2096897, 1},   {1, 2096897},
+                                       {3, 698965},  {65537, 65537}, {65536, 65536 + 1}};
+    for (auto const& [repeatEach, numRuns] : extents) {
+        testing::expectSameBits(this->reference(2200000, repeatEach, numRuns, TypeParam(3)),
+                                this->run(2200000, repeatEach, numRuns, TypeParam(3)));
+    }
+}
+
 TYPED_TEST(RunningIndexOf, AgreesWithTheReferenceAtAllSizes) {
     for (unsigned long n : testing::boundarySizes()) {
         testing::expectSameBits(this->reference(n, 3, 7, TypeParam(1)), this->run(n, 3, 7, TypeParam(1)));
