@@ -116,7 +116,8 @@ void expectEveryBlockOnce(dim3 grid, std::uint64_t work) {
 
 TEST_F(Launches, runEveryBlockOnce) {
     for (dim3 grid : {dim3(1), dim3(2), dim3(1000), dim3(100000), dim3(1, 7), dim3(13, 70), dim3(1, 1, 5),
-                      dim3(3, 5, 7), dim3(40, 30, 20), dim3(1, 65535), dim3(2, 1, 65535)}) {
+                      dim3(3, 5, 7), dim3(40, 30, 20), dim3(1, 65535), dim3(2, 1, 65535), dim3(64, 33),
+                      dim3(65, 128, 3), dim3(63, 64, 2)}) {
         for (std::uint64_t work : {0, 1000, 32767, 32768, 1000000000}) {
             expectEveryBlockOnce<visit>(grid, work);
         }

@@ -178,25 +178,20 @@ TEST(IsSortedVector, NaNBesideAnInfinityIsNoNaN) {
     EXPECT_TRUE(isSorted<double2>({{inf, 1}, {inf, nan}}));
 }
 
-TEST(IsSortedVector, AgreesWithTheSort) {
+template <class T>
+void expectSortedBySort(bool hasNaN) {
     for (Pattern pattern : {Pattern::random, Pattern::special, Pattern::few}) {
-        auto values = makeValues<double2>(pattern, 3000, false);
-        EXPECT_FALSE(isSorted<double2>(values));
-        DeviceArray<double2> data(values);
-        SortVector::Invoker<double2>()(data.data(), nullptr, values.size(), true, false);
-        EXPECT_TRUE(isSorted<double2>(data.values()));
+        auto values = makeValues<T>(pattern, 3000, hasNaN);
+        EXPECT_FALSE(isSorted<T>(values));
+        DeviceArray<T> data(values);
+        SortVector::Invoker<T>()(data.data(), nullptr, values.size(), true, hasNaN);
+        EXPECT_TRUE(isSorted<T>(data.values()));
     }
 }
 
-TEST(IsSortedVector, AgreesWithTheSortOfNaNs) {
-    for (Pattern pattern : {Pattern::random, Pattern::special, Pattern::few}) {
-        auto values = makeValues<double>(pattern, 3000, true);
-        EXPECT_FALSE(isSorted<double>(values));
-        DeviceArray<double> data(values);
-        SortVector::Invoker<double>()(data.data(), nullptr, values.size(), true, true);
-        EXPECT_TRUE(isSorted<double>(data.values()));
-    }
-}
+TEST(IsSortedVector, AgreesWithTheSort) { expectSortedBySort<double2>(false); }
+
+TEST(IsSortedVector, AgreesWithTheSortOfNaNs) { expectSortedBySort<double>(true); }
 
 TEST(IsSortedVector, RunsOnACallersStream) {
     cudaStream_t stream;
