@@ -25,29 +25,26 @@ struct SegmentedAccumulateKernel {
         if (segment >= block.numBlocks || begin >= numElements) return;
         unsigned int const length =
             reductionkernels::detail::segmentLength(begin, reductionLength, numElements);
-        auto const combine = [](auto a, auto b) { return Operator::combine(a, b); };
         auto const& threads = block.threads;
 
         using Held = reductionkernels::detail::Held<Operator>;
-        GPU_SHARED backend::ScanTile<Held, N> sharedData;
+        GPU_SHARED backend::ScanTile<Operator, N> sharedData;
         Held carry = Operator::identity();  // of the first thread
         T* elements = data + begin;
         for (unsigned int left = length; left > 0;) {
             unsigned int const count = left < 2 * N ? left : 2 * N;
             bool const isFirst = left == length;
-            sharedData.load(threads, count, Operator::identity(),
-                            [&](unsigned int i) { return elements[i]; });
+            sharedData.load(threads, count, [&](unsigned int i) { return elements[i]; });
             // The carry enters the scan through the first element.
             if (!isFirst) {
-                threads.phase(1, [&](unsigned int) { sharedData.at(0) = combine(carry, sharedData.at(0)); });
+                threads.phase(
+                    1, [&](unsigned int) { sharedData.at(0) = Operator::combine(carry, sharedData.at(0)); });
             }
-            carry = sharedData.buildUp(threads, Operator::identity(), combine);
-            sharedData.walkDown(threads, Operator::identity(), combine);
+            carry = sharedData.scan(threads);
             // Shifted down by one place the scan is inclusive; its last element is the carry. A segment's own
             // first element is its input and is not written.
-            threads.template walk<N>(isFirst ? 2 : 1, count, [&](unsigned int, unsigned long i) {
-                elements[i - 1] = sharedData.at(i);
-            });
+            sharedData.forEach(threads, isFirst ? 2 : 1, count,
+                               [&](unsigned long i, Held value) { elements[i - 1] = value; });
             threads.phase(1, [&](unsigned int) { elements[count - 1] = carry; });  // the tile has been read
             elements += count;
             left -= count;

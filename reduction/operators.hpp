@@ -230,6 +230,37 @@ struct ExtremumOfComplex {
         return {taken ? b.x : a.x, taken ? b.y : a.y};
     }
 
+    /// The extremum of values one after another, for as long as their magnitudes alone tell it: then it
+    /// hangs neither on the order nor on the grouping of the combinations, as it might by the angles.
+    class Sequence {
+      public:
+        explicit GPU_DEVICE Sequence(T first) : best(first) {}
+
+        GPU_DEVICE T value() const { return best; }
+
+        /// Takes the next value; false if the order may matter.
+        GPU_DEVICE bool take(T next) {
+            int order = sign * internal::compareSquares(best, next);
+            if (order == 0) {
+                if (internal::identical(best, next)) return true;
+                order = compareMagnitudes(best, next);
+                if (order == 0) return false;
+            }
+            if (order < 0) best = next;
+            return true;
+        }
+
+      private:
+        /// Negative if `b` takes the place of `a`, positive if not, 0 if the magnitudes do not tell.
+        static GPU_DEVICE_CALL int compareMagnitudes(T a, T b) {
+            auto const ma = internal::magnitude(a), mb = internal::magnitude(b);
+            if (!backend::isNaN(ma) && backend::isNaN(mb)) return nanWins ? -1 : 1;
+            return sign * ((ma > mb) - (ma < mb));
+        }
+
+        T best;
+    };
+
   private:
     /// Of two values that are no NaN, by their magnitudes. Called rather than inlined: few values come here.
     static GPU_DEVICE_CALL bool precedes(T a, T b) {

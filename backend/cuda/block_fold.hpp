@@ -113,49 +113,53 @@ class SegmentTile {
 /// its power-of-two steps do not all fall on one memory bank.
 ///
 /// Source: G. E. Blelloch, Prefix Sums and Their Applications, CMU-CS-90-190, 1990.
-template <class T, unsigned int N>
+template <class Operator, unsigned int N>
 class ScanTile {
   public:
+    using T = decltype(Operator::identity());
+
     GPU_DEVICE T& at(unsigned int i) { return values[i + i / 16]; }
 
-    /// Takes `value(i)` for each `i` below `count`, which is at least 1, and the `identity` for the rest; a
+    /// Takes `value(i)` for each `i` below `count`, which is at least 1, and the identity for the rest; a
     /// barrier follows.
     template <class Value>
-    GPU_DEVICE void load(Threads const& threads, unsigned int count, T identity, Value value) {
+    GPU_DEVICE void load(Threads const& threads, unsigned int count, Value value) {
         threads.phase([&](unsigned int t) {
-            at(t) = t < count ? value(t) : identity;
-            at(t + N) = t + N < count ? value(t + N) : identity;
+            at(t) = t < count ? value(t) : Operator::identity();
+            at(t + N) = t + N < count ? value(t + N) : Operator::identity();
         });
     }
 
-    /// Combines the values in a tree and returns the root, on the first thread.
-    template <class Combine>
-    GPU_DEVICE T buildUp(Threads const& threads, T identity, Combine combine) {
+    /// Turns the values into their exclusive scan, which begins with the identity, and returns the
+    /// combination of all, on the first thread; a barrier follows.
+    GPU_DEVICE T scan(Threads const& threads) {
         for (unsigned int d = 1; d <= N; d *= 2) {
             threads.phase(N / d, [&](unsigned int t) {
                 T& b = at((2 * t + 2) * d - 1);
-                b = combine(at((2 * t + 1) * d - 1), b);
+                b = Operator::combine(at((2 * t + 1) * d - 1), b);
             });
         }
-        T root = identity;
-        threads.forEach(1, [&](unsigned int) { root = at(2 * N - 1); });
-        return root;
-    }
-
-    /// Turns the tree into the exclusive scan of the values, which begins with the `identity`; a barrier
-    /// follows.
-    template <class Combine>
-    GPU_DEVICE void walkDown(Threads const& threads, T identity, Combine combine) {
-        threads.forEach(1, [&](unsigned int) { at(2 * N - 1) = identity; });  // the same thread reads it next
+        T total = Operator::identity();
+        threads.forEach(1, [&](unsigned int) {  // the same thread reads the root next
+            total = at(2 * N - 1);
+            at(2 * N - 1) = Operator::identity();
+        });
         for (unsigned int d = N; d > 0; d /= 2) {
             threads.phase(N / d, [&](unsigned int t) {
                 T& a = at((2 * t + 1) * d - 1);
                 T& b = at((2 * t + 2) * d - 1);
                 T const first = a;
                 a = b;
-                b = combine(first, b);
+                b = Operator::combine(first, b);
             });
         }
+        return total;
+    }
+
+    /// Calls `f(i, value)` with the values in [`begin`, `end`), on one thread each; no barrier follows.
+    template <class F>
+    GPU_DEVICE void forEach(Threads const& threads, unsigned int begin, unsigned int end, F f) {
+        threads.walk<N>(begin, end, [&](unsigned int, unsigned long i) { f(i, at(i)); });
     }
 
   private:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <type_traits>
 
 #include "device.hpp"
 
@@ -92,82 +93,117 @@ class SegmentTile {
     unsigned int sizeX, sizeY, length;
 };
 
+/// Whether an operator can also combine values one after another, and tell whether the order matters.
+template <class Operator, class = void>
+inline constexpr bool hasSequence = false;
+template <class Operator>
+inline constexpr bool hasSequence<Operator, std::void_t<typename Operator::Sequence>> = true;
+
 /// A tile of up to `2N` values that the `N` threads of a block scan: a tree of combinations is built up and
 /// then walked down. Here the levels of the tree stand one behind another, from the values to the root, so
-/// that each step runs over neighbouring memory.
+/// that each step runs over neighbouring memory. A tree is as wide as its values need.
 ///
 /// Source: G. E. Blelloch, Prefix Sums and Their Applications, CMU-CS-90-190, 1990.
-template <class T, unsigned int N>
+template <class Operator, unsigned int N>
 class ScanTile {
   public:
-    GPU_DEVICE T& at(unsigned int i) { return nodes[i]; }
+    using T = decltype(Operator::identity());
 
-    /// Takes `value(i)` for each `i` below `count`, which is at least 1, and the `identity` for the rest; a
+    GPU_DEVICE T& at(unsigned int i) { return level(width)[i]; }
+
+    /// Takes `value(i)` for each `i` below `count`, which is at least 1, and the identity for the rest; a
     /// barrier follows.
     template <class Value>
-    GPU_DEVICE void load(Threads const& /*threads*/, unsigned int count, T identity, Value value) {
+    GPU_DEVICE void load(Threads const& /*threads*/, unsigned int count, Value value) {
+        numValues = count;
         width = 1;
         while (width < count) width *= 2;
+        T* const values = level(width);
 #pragma GCC ivdep
-        for (unsigned int i = 0; i < count; ++i) nodes[i] = value(i);
-        for (unsigned int i = count; i < width; ++i) nodes[i] = identity;
+        for (unsigned int i = 0; i < count; ++i) values[i] = value(i);
+        for (unsigned int i = count; i < width; ++i) values[i] = Operator::identity();
     }
 
-    /// Combines the values in a tree and returns the root, on the first thread. The missing half of each
-    /// wider tree would bring in the `identity`; that is done once, because it changes nothing again.
-    template <class Combine>
-    GPU_DEVICE T buildUp(Threads const& /*threads*/, T identity, Combine combine) {
-        T* level = nodes;
-        unsigned int left = width / 2;
-        for (; left > shortLevel; left /= 2) level = buildLevel(level, left, combine);
-        if (left >= 4) level = buildLevel(level, 4, combine);
-        if (left >= 2) level = buildLevel(level, 2, combine);
-        if (left >= 1) level = buildLevel(level, 1, combine);
-        return width < 2 * N ? combine(*level, identity) : *level;
+    /// Turns the values into their exclusive scan, which begins with the identity, and returns the
+    /// combination of all, on the first thread; a barrier follows.
+    GPU_DEVICE T scan(Threads const& /*threads*/) {
+        T total;
+        if constexpr (hasSequence<Operator>) {
+            if (scanInSequence(total)) return total;
+        }
+        buildLevels<N>();
+        // The missing half of each wider tree would bring in the identity; that is done once, because it
+        // changes nothing again.
+        T& root = *level(1);
+        total = width < 2 * N ? Operator::combine(root, Operator::identity()) : root;
+        root = Operator::identity();
+        walkLevels<1>();
+        return total;
     }
 
-    /// Turns the tree into the exclusive scan of the values, which begins with the `identity`; a barrier
-    /// follows.
-    template <class Combine>
-    GPU_DEVICE void walkDown(Threads const& /*threads*/, T identity, Combine combine) {
-        T* level = nodes + 2 * width - 2;
-        *level = identity;
-        if (width >= 2) level = walkLevel(level, 1, combine);
-        if (width >= 4) level = walkLevel(level, 2, combine);
-        if (width >= 8) level = walkLevel(level, 4, combine);
-        for (unsigned int left = 2 * shortLevel; left < width; left *= 2)
-            level = walkLevel(level, left, combine);
+    /// Calls `f(i, value)` with the values in [`begin`, `end`), on one thread each; no barrier follows.
+    template <class F>
+    GPU_DEVICE void forEach(Threads const& threads, unsigned int begin, unsigned int end, F f) {
+        T const* const values = level(width);
+        threads.walk<N>(begin, end, [&](unsigned int, unsigned long i) { f(i, values[i]); });
     }
 
   private:
-    /// Levels of up to as many pairs are unrolled: what a loop of vectors costs around it would be most of
-    /// short scans.
-    static constexpr unsigned int shortLevel = 4;
+    /// The level of so many nodes, a power of two.
+    GPU_DEVICE T* level(unsigned int numNodes) { return nodes + (4 * N - 2 * numNodes); }
 
-    /// Returns the level above, of `left` nodes.
-    template <class Combine>
-    GPU_DEVICE static T* buildLevel(T* level, unsigned int left, Combine combine) {
-        T* const above = level + 2 * left;
+    // Lengths and places that are known when this is built make short loops fast. They stay loops: unrolled
+    // first, they would not be vectorised.
+
+    /// Builds the levels from `numNodes` nodes to the root, as far as the tree is wider.
+    template <unsigned int numNodes>
+    GPU_DEVICE void buildLevels() {
+        if (numNodes < width) {
+            T* const above = level(numNodes);
+            T const* const below = level(2 * numNodes);
 #pragma GCC ivdep
-        for (unsigned int i = 0; i < left; ++i) above[i] = combine(level[2 * i], level[2 * i + 1]);
-        return above;
+#pragma GCC unroll 1
+            for (unsigned int i = 0; i < numNodes; ++i)
+                above[i] = Operator::combine(below[2 * i], below[2 * i + 1]);
+        }
+        if constexpr (numNodes > 1) buildLevels<numNodes / 2>();
     }
 
-    /// Hands down `left` nodes; returns the level below.
-    template <class Combine>
-    GPU_DEVICE static T* walkLevel(T* above, unsigned int left, Combine combine) {
-        T* const level = above - 2 * left;
+    /// Hands down the levels from `numNodes` nodes to the values.
+    template <unsigned int numNodes>
+    GPU_DEVICE void walkLevels() {
+        if (numNodes >= width) return;
+        T const* const above = level(numNodes);
+        T* const below = level(2 * numNodes);
 #pragma GCC ivdep
-        for (unsigned int i = 0; i < left; ++i) {
+#pragma GCC unroll 1
+        for (unsigned int i = 0; i < numNodes; ++i) {
             T const before = above[i];
-            T const first = level[2 * i];
-            level[2 * i] = before;
-            level[2 * i + 1] = combine(first, before);
+            T const first = below[2 * i];
+            below[2 * i] = before;
+            below[2 * i + 1] = Operator::combine(first, before);
         }
-        return level;
+        if constexpr (numNodes < N) walkLevels<2 * numNodes>();
+    }
+
+    /// Scans the values one after another, which is faster where combining takes branches. False if the tree
+    /// might give another result; then the values are as they were.
+    GPU_DEVICE bool scanInSequence(T& total) {
+        T* const values = level(width);
+        T before[2 * N];
+        typename Operator::Sequence sequence(values[0]);
+        for (unsigned int i = 1; i < numValues; ++i) {
+            before[i] = sequence.value();
+            if (!sequence.take(values[i])) return false;
+        }
+        values[0] = Operator::identity();
+        std::copy(before + 1, before + numValues, values + 1);
+        total = sequence.value();
+        return true;
     }
 
     T nodes[4 * N];
+    unsigned int numValues;
     unsigned int width;  // the least power of two that takes in the values that are there
 };
 

@@ -152,6 +152,26 @@ TEST(CumMax, PassesOverNaNButForALeadingRun) {
     expectScan<CumMax, double>({nan, 0, nan, 0, -inf, 0}, 3, 2, {nan, 0, nan, 0, -inf, 0}, {-inf, 0});
 }
 
+// Of equal rounded magnitudes the second beats the first by its smaller part, the third the second by its
+// angle, and the first the third.
+TEST(CumMax, CombinesValuesWhoseOrderGoesInACircleAsTheTreeDoes) {
+    float2 const a{-1e8f, 1}, b{1e8f, 2}, c{1e8f - 8, 4e4f}, small{1, 1};
+    expectScan<CumMax, float2>({a, b, c, a}, 4, 1, {a, b, c, b}, {b});
+    expectScan<CumMax, float2>({small, small, a, small, b, c, a, small}, 8, 1,
+                               {small, small, a, a, b, a, a, a}, {a});
+}
+
+TEST(CumMax, OfLongSegmentsKeepsTheFirstOfNaNAndTiesToTheirMagnitudes) {
+    constexpr float quiet = std::numeric_limits<float>::quiet_NaN();
+    Elements<float2> in(600, float2{3, 4}), expected(600, float2{3, 4});
+    in[100] = {quiet, 1};
+    in[300] = {5, 0};  // of the same magnitude and a smaller angle
+    in[400] = {0, 5};
+    std::fill(expected.begin() + 400, expected.end(), float2{0, 5});
+    in[500] = {0, 5};
+    expectScan<CumMax, float2>(in, 600, 1, expected, {{0, 5}});
+}
+
 TEST(CumMin, PassesOverNaNButForALeadingRun) {
     expectScan<CumMin, double>({nan, 2, nan, 3, 1, 2}, 6, 1, {nan, 2, 2, 2, 1, 1}, {1});
 }
