@@ -72,6 +72,7 @@ struct StridedAccumulateKernel {
         block.threads.forEach(limit, [&](backend::Thread t) { values[t.x] = elements[t.x]; });
         for (unsigned int k = 1; k < reductionLength; ++k) {
             elements += stride;
+            columns.prefetchAfter(elements);
             block.threads.forEach(limit, [&](backend::Thread t) {
                 values[t.x] = Operator::combine(values[t.x], elements[t.x]);
                 elements[t.x] = values[t.x];
@@ -129,6 +130,7 @@ struct StridedAdjustKernel {
         backend::PerThread<T, blockSize> adjustments;
         block.threads.forEach(limit, [&](backend::Thread t) { adjustments[t.x] = before[t.x]; });
         for (unsigned int k = 0; k < reductionLength; ++k) {
+            columns.prefetchAfter(elements);
             block.threads.forEach(limit, [&](backend::Thread t) {
                 elements[t.x] = Operator::combine(adjustments[t.x], elements[t.x]);
             });

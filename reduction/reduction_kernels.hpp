@@ -1,5 +1,8 @@
 #pragma once
 
+#include <limits>
+#include <type_traits>
+
 #include "block_fold.hpp"
 #include "device.hpp"
 #include "frame/complex.hpp"
@@ -53,14 +56,47 @@ GPU_DEVICE double positionInGroup(unsigned int segment, internal::InvariantDivis
 /// The block's columns of a strided array: the first of them, and where its elements and its result stand.
 struct Columns {
     unsigned int count;
+    unsigned int stride;
     unsigned int firstElement, firstResult;
 
     GPU_DEVICE Columns(cuda::Fixed2DBlockIterator const& block, unsigned int reductionLength,
-                       unsigned int stride) {
+                       unsigned int stride)
+        : stride(stride) {
         unsigned long const x = static_cast<unsigned long>(block.blockX) * block.threads.sizeX();
-        count = x < stride && block.blockY < block.ny ? stride - static_cast<unsigned int>(x) : 0;
+        unsigned int const left =
+            x < stride && block.blockY < block.ny ? stride - static_cast<unsigned int>(x) : 0;
+        count = left < block.threads.sizeX() ? left : block.threads.sizeX();
         firstElement = block.blockY * stride * reductionLength + static_cast<unsigned int>(x);
         firstResult = block.blockY * stride + static_cast<unsigned int>(x);
+    }
+
+    /// Fetches a row some rows ahead of `row`, which is slow where the rows are apart.
+    template <class T>
+    GPU_DEVICE void prefetchAfter(T const* row) const {
+        constexpr unsigned long rowsAhead = 4;
+        if (count < stride) backend::prefetch(row + rowsAhead * stride, count);
+    }
+};
+
+/// The surviving value of each of `N` threads and the row that it came from, counted from 1 in a stretch of
+/// rows, or 0 for an earlier one. The count is as wide as the values, so that loops over the threads
+/// vectorise well, and a stretch as long as it can count.
+template <class Operator, unsigned int N>
+struct Survivors {
+    using Row = std::conditional_t<
+        sizeof(Held<Operator>) == 1, unsigned char,
+        std::conditional_t<sizeof(Held<Operator>) == 2, unsigned short,
+                           std::conditional_t<sizeof(Held<Operator>) == 4, unsigned int, unsigned long>>>;
+    static constexpr unsigned int maxRows =
+        sizeof(Row) < sizeof(unsigned int) ? std::numeric_limits<Row>::max() : (1u << 31) / N;
+
+    backend::PerThread<Held<Operator>, N> values;
+    backend::PerThread<Row, N> rows;
+
+    GPU_DEVICE void take(unsigned int t, Held<Operator> value, unsigned int row) {
+        bool const taken = Operator::supersedes(values[t], value);
+        values[t] = taken ? value : values[t];
+        rows[t] = taken ? static_cast<Row>(row + 1) : rows[t];
     }
 };
 
@@ -111,7 +147,7 @@ struct SegmentedReduceSmallKernel {
         TIn const* const elements = in + begin;
 
         GPU_SHARED detail::Held<Operator> sData[N];
-        backend::SegmentTile const tile(block.threads, reductionLength);
+        backend::SegmentTile<N> const tile(block.threads, reductionLength);
         tile.load(
             numElements - begin,
             [&](unsigned int slot, unsigned int, unsigned long i) {
@@ -146,6 +182,7 @@ struct StridedReduceKernel {
                               [&](backend::Thread t) { values[t.x] = Transform::apply(elements[t.x]); });
         for (unsigned int k = 1; k < reductionLength; ++k) {
             elements += stride;
+            columns.prefetchAfter(elements);
             block.threads.forEach(limit, [&](backend::Thread t) {
                 values[t.x] = Operator::combine(values[t.x], Transform::apply(elements[t.x]));
             });
@@ -173,27 +210,36 @@ struct SegmentedIndexReduceKernel {
         unsigned int const length = detail::segmentLength(begin, reductionLength, numElements);
         TIn const* const elements = in + begin;
 
-        backend::PerThread<detail::Held<Operator>, N> values;
+        using Survivors = detail::Survivors<Operator, N>;
+        Survivors survivors;
         backend::PerThread<unsigned int, N> positions;
         block.threads.forEach([&](unsigned int t) {
-            values[t] = Operator::identity();
+            survivors.values[t] = Operator::identity();
             positions[t] = length;
         });
         block.threads.forEach(length, [&](unsigned int t) {
-            values[t] = Transform::apply(elements[t]);
+            survivors.values[t] = Transform::apply(elements[t]);
             positions[t] = t;
         });
-        block.threads.template walk<N>(N, length, [&](unsigned int t, unsigned long i) {
-            detail::Held<Operator> const value = Transform::apply(elements[i]);
-            bool const taken = Operator::supersedes(values[t], value);
-            values[t] = taken ? value : values[t];
-            positions[t] = taken ? static_cast<unsigned int>(i) : positions[t];
-        });
+        for (unsigned int first = N; first < length;) {
+            unsigned int const left = length - first;
+            unsigned int const count = left < Survivors::maxRows * N ? left : Survivors::maxRows * N;
+            block.threads.forEach([&](unsigned int t) { survivors.rows[t] = 0; });
+            block.threads.template walkRows<N>(first, first + count,
+                                               [&](unsigned int t, unsigned long i, unsigned int row) {
+                                                   survivors.take(t, Transform::apply(elements[i]), row);
+                                               });
+            block.threads.forEach([&](unsigned int t) {
+                auto const row = static_cast<unsigned int>(survivors.rows[t]);
+                positions[t] = row == 0 ? positions[t] : first + (row - 1) * N + t;
+            });
+            first += count;
+        }
 
         GPU_SHARED detail::Held<Operator> sData[N];
         GPU_SHARED unsigned int sIdx[N];
         block.threads.phase([&](unsigned int t) {
-            sData[t] = values[t];
+            sData[t] = survivors.values[t];
             sIdx[t] = positions[t];
         });
         backend::foldHalves<N>(block.threads, [&](unsigned int into, unsigned int from) {
@@ -226,7 +272,7 @@ struct SegmentedIndexReduceSmallKernel {
 
         GPU_SHARED detail::Held<Operator> sData[N];
         GPU_SHARED unsigned int sIdx[N];
-        backend::SegmentTile const tile(block.threads, reductionLength);
+        backend::SegmentTile<N> const tile(block.threads, reductionLength);
         tile.load(
             numElements - begin,
             [&](unsigned int slot, unsigned int x, unsigned long i) {
@@ -266,23 +312,32 @@ struct StridedIndexReduceKernel {
         dim3 const limit(columns.count);
         TIn const* elements = in + columns.firstElement;
 
-        backend::PerThread<detail::Held<Operator>, blockSize> values;
+        using Survivors = detail::Survivors<Operator, blockSize>;
+        Survivors survivors;
         backend::PerThread<unsigned int, blockSize> positions;
         block.threads.forEach(limit, [&](backend::Thread t) {
-            values[t.x] = Transform::apply(elements[t.x]);
+            survivors.values[t.x] = Transform::apply(elements[t.x]);
             positions[t.x] = 0;
         });
-        for (unsigned int k = 1; k < reductionLength; ++k) {
-            elements += stride;
+        for (unsigned int first = 1; first < reductionLength;) {
+            unsigned int const left = reductionLength - first;
+            unsigned int const count = left < Survivors::maxRows ? left : Survivors::maxRows;
+            block.threads.forEach(limit, [&](backend::Thread t) { survivors.rows[t.x] = 0; });
+            for (unsigned int row = 0; row < count; ++row) {
+                elements += stride;
+                columns.prefetchAfter(elements);
+                block.threads.forEach(limit, [&](backend::Thread t) {
+                    survivors.take(t.x, Transform::apply(elements[t.x]), row);
+                });
+            }
             block.threads.forEach(limit, [&](backend::Thread t) {
-                detail::Held<Operator> const value = Transform::apply(elements[t.x]);
-                bool const taken = Operator::supersedes(values[t.x], value);
-                values[t.x] = taken ? value : values[t.x];
-                positions[t.x] = taken ? k : positions[t.x];
+                auto const row = static_cast<unsigned int>(survivors.rows[t.x]);
+                positions[t.x] = row == 0 ? positions[t.x] : first + row - 1;
             });
+            first += count;
         }
         block.threads.forEach(limit, [&](backend::Thread t) {
-            out[columns.firstResult + t.x] = values[t.x];
+            out[columns.firstResult + t.x] = survivors.values[t.x];
             outIndex[columns.firstResult + t.x] =
                 detail::positionInGroup(block.blockY, segmentsPerGroup, reductionLength, positions[t.x]);
         });

@@ -60,9 +60,10 @@ GPU_DEVICE void foldHalves(Threads const& threads, F f) {
     }
 }
 
-/// The rows of a tile as segments that lie one behind another, `length` elements each, an element a thread; a
-/// row of threads is at least as long as a segment. Each thread has a slot, whose number is the device's own
-/// choice: here the slots of a row of threads are neighbours.
+/// The rows of a tile of `N` threads as segments that lie one behind another, `length` elements each, an
+/// element a thread; a row of threads is at least as long as a segment. Each thread has a slot, whose number
+/// is the device's own choice: here the slots of a row of threads are neighbours.
+template <unsigned int N>
 class SegmentTile {
   public:
     GPU_DEVICE SegmentTile(TileThreads const& threads, unsigned int length)

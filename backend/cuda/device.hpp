@@ -89,16 +89,23 @@ class Threads {
         __syncthreads();
     }
 
-    /// Calls `f(t, i)` for every `i` in [`begin`, `end`), by the thread `t` = (`i` - `begin`) mod `N` and in
-    /// ascending order for each thread; `N` is the block's size. No barrier follows.
+    /// Calls `f(t, i, row)` for every `i` in [`begin`, `end`), by the thread `t` = (`i` - `begin`) mod `N`
+    /// and in ascending order for each thread, whose calls are counted by `row` from 0; `N` is the block's
+    /// size. No barrier follows.
     template <unsigned int N, class F>
-    GPU_DEVICE void walk(unsigned int begin, unsigned int end, F f) const {
+    GPU_DEVICE void walkRows(unsigned int begin, unsigned int end, F f) const {
         if (begin >= end || own() >= end - begin) return;
         unsigned int left = end - begin - own();
-        for (unsigned int i = begin + own();; i += N, left -= N) {
-            f(own(), i);
+        for (unsigned int i = begin + own(), row = 0;; i += N, left -= N, ++row) {
+            f(own(), i, row);
             if (left <= N) return;
         }
+    }
+
+    /// The same without the count.
+    template <unsigned int N, class F>
+    GPU_DEVICE void walk(unsigned int begin, unsigned int end, F f) const {
+        walkRows<N>(begin, end, [&](unsigned int t, unsigned int i, unsigned int) { f(t, i); });
     }
 
   private:

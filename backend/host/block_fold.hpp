@@ -10,6 +10,30 @@
 /// step is a loop over neighbouring memory.
 namespace gpuruntime::backend {
 
+/// A number that is known when this is built.
+template <unsigned int n>
+using Constant = std::integral_constant<unsigned int, n>;
+
+/// Calls `step(size)` for the powers of two from `first` down to `last`.
+template <unsigned int first, unsigned int last, class Step>
+GPU_DEVICE void halving(Step step) {
+    step(Constant<first>{});
+    if constexpr (first > last) halving<first / 2, last>(step);
+}
+
+/// Calls `f(i)` for the places below `size` in neighbouring memory. A known size makes short loops fast. They
+/// stay loops: unrolled before they are vectorised they would not be vectorised.
+template <unsigned int size, class F>
+GPU_DEVICE void forEachPlace(Constant<size>, F f) {
+    if constexpr (size == 1) {
+        f(0u);
+    } else {
+#pragma GCC ivdep
+#pragma GCC unroll 1
+        for (unsigned int i = 0; i < size; ++i) f(i);
+    }
+}
+
 /// Folds the values of a block of `N` threads, one each, and gives the result to `store`, on one thread:
 /// first within each run of 32 threads, neighbours, then neighbouring pairs, and so on; then the results of
 /// the runs in their order. A block may do this once.
@@ -17,10 +41,9 @@ template <unsigned int N, class T, class Combine, class Store>
 GPU_DEVICE void foldBlock(Threads const& /*threads*/, PerThread<T, N>& values, Combine combine, Store store) {
     constexpr unsigned int numRuns = N / 32;
     // The results of each step move together at the front, behind what is still to be read.
-    for (unsigned int left = N / 2; left >= numRuns; left /= 2) {
-#pragma GCC ivdep
-        for (unsigned int i = 0; i < left; ++i) values[i] = combine(values[2 * i], values[2 * i + 1]);
-    }
+    halving<N / 2, numRuns>([&](auto left) {
+        forEachPlace(left, [&](unsigned int i) { values[i] = combine(values[2 * i], values[2 * i + 1]); });
+    });
     T result = values[0];
     for (unsigned int run = 1; run < numRuns; ++run) result = combine(result, values[run]);
     store(result);
@@ -30,29 +53,28 @@ GPU_DEVICE void foldBlock(Threads const& /*threads*/, PerThread<T, N>& values, C
 /// slot 0 has taken them all: slots `N` / 2 apart first, then half as far, and so on.
 template <unsigned int N, class F>
 GPU_DEVICE void foldHalves(Threads const& /*threads*/, F f) {
-    for (unsigned int distance = N / 2; distance > 0; distance /= 2) {
-#pragma GCC ivdep
-        for (unsigned int slot = 0; slot < distance; ++slot) f(slot, slot + distance);
-    }
+    halving<N / 2, 1>(
+        [&](auto distance) { forEachPlace(distance, [&](unsigned int slot) { f(slot, slot + distance); }); });
 }
 
-/// The rows of a tile as segments that lie one behind another, `length` elements each, an element a thread; a
-/// row of threads is at least as long as a segment. Each thread has a slot, whose number is the device's own
-/// choice: here the slots of a column of threads are neighbours, so that every step of a fold is one run over
-/// memory.
+/// The rows of a tile of `N` threads as segments that lie one behind another, `length` elements each, an
+/// element a thread; a row of threads is at least as long as a segment. Each thread has a slot, whose number
+/// is the device's own choice: here the slots of a column of threads are neighbours, so that every step of a
+/// fold is one run over memory.
+template <unsigned int N>
 class SegmentTile {
   public:
     GPU_DEVICE SegmentTile(TileThreads const& threads, unsigned int length)
-        : sizeX(threads.sizeX()), sizeY(threads.sizeY()), length(length) {}
+        : sizeY(threads.sizeY()), length(length) {}
 
     /// Calls `element(slot, x, i)` for the thread `x` of each row that has an element, the `i`-th of the
     /// `count` that the tile has, and `none(slot)` for the others; a barrier follows.
     template <class Element, class None>
     GPU_DEVICE void load(unsigned int count, Element element, None none) const {
         unsigned int const whole = std::min(sizeY, count / length);
-        if (whole < sizeY || length < sizeX) {
+        if (whole < sizeY || length * sizeY < N) {
 #pragma GCC ivdep
-            for (unsigned int slot = 0; slot < sizeX * sizeY; ++slot) none(slot);
+            for (unsigned int slot = 0; slot < N; ++slot) none(slot);
         }
         if (whole > length) {
             for (unsigned int x = 0; x < length; ++x) {
@@ -69,10 +91,10 @@ class SegmentTile {
     /// then half as far, and so on; a barrier follows each step.
     template <class F>
     GPU_DEVICE void fold(F f) const {
-        for (unsigned int distance = sizeX * sizeY / 2; distance >= sizeY; distance /= 2) {
-#pragma GCC ivdep
-            for (unsigned int slot = 0; slot < distance; ++slot) f(slot, slot + distance);
-        }
+        halving<N / 2, 1>([&](auto distance) {
+            if (distance < sizeY) return;
+            forEachPlace(distance, [&](unsigned int slot) { f(slot, slot + distance); });
+        });
     }
 
     /// Calls `f(y, slot)` with the first slot of each of the first `numRows` rows.
@@ -90,7 +112,7 @@ class SegmentTile {
         for (unsigned int x = 0; x < numElements; ++x) element(x * sizeY + y, x, 1ul * y * length + x);
     }
 
-    unsigned int sizeX, sizeY, length;
+    unsigned int sizeY, length;
 };
 
 /// Whether an operator can also combine values one after another, and tell whether the order matters.
@@ -131,7 +153,7 @@ class ScanTile {
         if constexpr (hasSequence<Operator>) {
             if (scanInSequence(total)) return total;
         }
-        buildLevels<N>();
+        buildLevels();
         // The missing half of each wider tree would bring in the identity; that is done once, because it
         // changes nothing again.
         T& root = *level(1);
@@ -152,21 +174,16 @@ class ScanTile {
     /// The level of so many nodes, a power of two.
     GPU_DEVICE T* level(unsigned int numNodes) { return nodes + (4 * N - 2 * numNodes); }
 
-    // Lengths and places that are known when this is built make short loops fast. They stay loops: unrolled
-    // first, they would not be vectorised.
-
-    /// Builds the levels from `numNodes` nodes to the root, as far as the tree is wider.
-    template <unsigned int numNodes>
+    /// Builds the levels up to the root.
     GPU_DEVICE void buildLevels() {
-        if (numNodes < width) {
+        halving<N, 1>([&](auto numNodes) {
+            if (numNodes >= width) return;
             T* const above = level(numNodes);
             T const* const below = level(2 * numNodes);
-#pragma GCC ivdep
-#pragma GCC unroll 1
-            for (unsigned int i = 0; i < numNodes; ++i)
+            forEachPlace(numNodes, [&](unsigned int i) {
                 above[i] = Operator::combine(below[2 * i], below[2 * i + 1]);
-        }
-        if constexpr (numNodes > 1) buildLevels<numNodes / 2>();
+            });
+        });
     }
 
     /// Hands down the levels from `numNodes` nodes to the values.
@@ -175,14 +192,12 @@ class ScanTile {
         if (numNodes >= width) return;
         T const* const above = level(numNodes);
         T* const below = level(2 * numNodes);
-#pragma GCC ivdep
-#pragma GCC unroll 1
-        for (unsigned int i = 0; i < numNodes; ++i) {
+        forEachPlace(Constant<numNodes>{}, [&](unsigned int i) {
             T const before = above[i];
             T const first = below[2 * i];
             below[2 * i] = before;
             below[2 * i + 1] = Operator::combine(first, before);
-        }
+        });
         if constexpr (numNodes < N) walkLevels<2 * numNodes>();
     }
 

@@ -114,20 +114,27 @@ class Threads {
         forEach(count, f);
     }
 
-    /// Calls `f(t, i)` for every `i` in [`begin`, `end`), by the thread `t` = (`i` - `begin`) mod `N` and in
-    /// ascending order for each thread; `N` is the block's size. No barrier follows. Take `i` in 64 bits to
-    /// index an array with it: of a sum of 32 bits the compiler must fear that it wraps, and does not
-    /// vectorise.
+    /// Calls `f(t, i, row)` for every `i` in [`begin`, `end`), by the thread `t` = (`i` - `begin`) mod `N`
+    /// and in ascending order for each thread, whose calls are counted by `row` from 0; `N` is the block's
+    /// size. No barrier follows. Take `i` in 64 bits to index an array with it: of a sum of 32 bits the
+    /// compiler must fear that it wraps, and does not vectorise.
     template <unsigned int N, class F>
-    GPU_DEVICE void walk(unsigned int begin, unsigned int end, F f) const {
+    GPU_DEVICE void walkRows(unsigned int begin, unsigned int end, F f) const {
         unsigned long i = begin;
-        for (; i + N <= end; i += N) {
+        unsigned int row = 0;
+        for (; i + N <= end; i += N, ++row) {
 #pragma GCC ivdep
-            for (unsigned int t = 0; t < N; ++t) f(t, i + t);
+            for (unsigned int t = 0; t < N; ++t) f(t, i + t, row);
         }
         unsigned int const left = i < end ? end - static_cast<unsigned int>(i) : 0;
 #pragma GCC ivdep
-        for (unsigned int t = 0; t < left; ++t) f(t, i + t);
+        for (unsigned int t = 0; t < left; ++t) f(t, i + t, row);
+    }
+
+    /// The same without the count.
+    template <unsigned int N, class F>
+    GPU_DEVICE void walk(unsigned int begin, unsigned int end, F f) const {
+        walkRows<N>(begin, end, [&](unsigned int t, unsigned long i, unsigned int) { f(t, i); });
     }
 
   private:

@@ -106,6 +106,41 @@ TYPED_TEST(Extremes, MinWithIndexEqualsTheReference) {
     expectIndexReference<MinWithIndex, TypeParam, MinWithNaNs<TypeParam>>(true);
 }
 
+/// Of `length` values `stride` apart, all alike but for a larger one at `position` and its equal at the end.
+template <class T>
+void expectPosition(unsigned long length, unsigned long stride, unsigned long position) {
+    SCOPED_TRACE(::testing::Message()
+                 << "length " << length << ", stride " << stride << ", position " << position);
+    Elements<T> in(length * stride, 1), results;
+    for (unsigned long column = 0; column < stride; ++column) {
+        in[position * stride + column] = in[(length - 1) * stride + column] = 2;
+    }
+    DeviceArray<T> input(in), out(stride);
+    DeviceArray<double> outIndex(stride);
+    ASSERT_EQ(cudaSuccess, MaxWithIndex::Invoker<T>()(nullptr, out.data(), outIndex.data(), input.data(),
+                                                      in.size(), length, 1, stride, true));
+    expectSameBits(Elements<T>(stride, 2), out.values());
+    expectSameBits(Elements<double>(stride, static_cast<double>(position + 1)), outIndex.values());
+}
+
+// The threads count in numbers as wide as the values, of 255 and of 65535 rows at most.
+TEST(MaxWithIndex, TellsPositionsBeyondWhatAValueOfTheTypeCounts) {
+    for (unsigned long position : {0, 1, 255, 256, 257, 600, 699}) {
+        expectPosition<unsigned char>(700, 3, position);
+    }
+    unsigned long const stretch = 255 * 256;
+    for (unsigned long position : {0ul, 255ul, 256ul, stretch + 255, stretch + 256, stretch + 257,
+                                   2 * stretch + 255, 2 * stretch + 256, 2 * stretch + 300}) {
+        expectPosition<signed char>(2 * stretch + 301, 1, position);
+    }
+    for (unsigned long position : {0, 65535, 65536, 65537, 69999}) {
+        expectPosition<short>(70000, 2, position);
+    }
+    for (unsigned long position : {65535ul * 256 + 255, 65535ul * 256 + 256, 65535ul * 256 + 300}) {
+        expectPosition<unsigned short>(65535 * 256 + 301, 1, position);
+    }
+}
+
 template <class T>
 class Tolerances : public ::testing::Test {};
 TYPED_TEST_SUITE(Tolerances, TestTypes<internal::FloatingReal>);
