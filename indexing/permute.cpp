@@ -9,6 +9,7 @@
 #include "frame/instantiation.hpp"
 #include "indexing/carrier.hpp"
 #include "indexing/prefetch.hpp"
+#include "store.hpp"
 
 namespace gpuruntime {
 namespace {
@@ -136,20 +137,20 @@ struct PermuteKernelVaryDim1 {
         unsigned long const fromStep = alongOutput ? blockSize * inputStep : blockSize;
         unsigned long const toStep = alongOutput ? blockSize : blockSize * outputStep;
         for (unsigned int step = 0; step < steps; ++step) {
+            bool const isFetched = !backend::isStreamedTile<tile>(to, outputStep, totalX * totalY);
             if (alongOutput) {
-                internal::prefetchTiles<tile>(maxSteps, step, to, outputStep);
+                if (isFetched) internal::prefetchTiles<tile>(maxSteps, step, to, outputStep);
                 internal::prefetchRows<tile>(from + fromStep, inputStep, tile);
             } else {
                 internal::prefetchTiles<tile>(maxSteps, step, from, inputStep);
-                internal::prefetchRows<tile>(to + toStep, outputStep, tile);
+                if (isFetched) internal::prefetchRows<tile>(to + toStep, outputStep, tile);
             }
             at.threads.template forEach<tile, tile>(dim3(inputLeft, outputLeft), [&](backend::Thread t) {
                 shm[t.x][t.y] = from[t.y * inputStep + t.x];
             });
             backend::blockBarrier();
-            at.threads.template forEach<tile, tile>(dim3(outputLeft, inputLeft), [&](backend::Thread t) {
-                to[t.y * outputStep + t.x] = shm[t.y][t.x];
-            });
+            backend::storeTile<tile, tile>(at.threads, dim3(outputLeft, inputLeft), to, outputStep,
+                                           totalX * totalY, [&](backend::Thread t) { return shm[t.y][t.x]; });
             unsigned int& left = alongOutput ? outputLeft : inputLeft;
             if (left <= blockSize) return;
             left -= blockSize;

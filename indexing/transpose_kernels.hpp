@@ -3,6 +3,7 @@
 #include "frame/conjugate.hpp"
 #include "frame/fixed_block.hpp"
 #include "indexing/prefetch.hpp"
+#include "store.hpp"
 
 /// Tiled transposition of a rows by cols matrix, the frame's `nx` by `ny`. A tile is read along its columns
 /// and written along the output's, so that both accesses are contiguous; the turn is in the shared tile,
@@ -38,11 +39,9 @@ GPU_DEVICE void loadTile(cuda::Fixed2DBlockIterator const& at, T (&block)[tile][
 template <class T, unsigned int tile>
 GPU_DEVICE void storeTurned(cuda::Fixed2DBlockIterator const& at, T* out, T const (&block)[tile][tile + 1],
                             unsigned int x, unsigned int y) {
-    unsigned long const cols = at.ny;
-    T* const to = out + (x * at.ny + y);
-    at.threads.template forEach<tile, tile>(
-        dim3(extentLeft(at.ny, y), extentLeft(at.nx, x)),
-        [&](backend::Thread t) { to[t.y * cols + t.x] = block[t.x][t.y]; });
+    backend::storeTile<tile, tile>(at.threads, dim3(extentLeft(at.ny, y), extentLeft(at.nx, x)),
+                                   out + (x * at.ny + y), at.ny, 1ul * at.nx * at.ny,
+                                   [&](backend::Thread t) { return block[t.x][t.y]; });
 }
 
 template <class T, unsigned int tile, bool conjugate>
@@ -51,7 +50,9 @@ struct TransposeKernel {
         GPU_SHARED PaddedTile<T, tile> block;
         unsigned int const x = at.blockX * tile, y = at.blockY * tile;
         prefetchTiles<tile>(backend::closeBlocksX(), at.blockX, in + (y * at.nx + x), at.nx);
-        prefetchTiles<tile>(backend::closeBlocksY(), at.blockY, out + (x * at.ny + y), at.ny);
+        T* const to = out + (x * at.ny + y);
+        if (!backend::isStreamedTile<tile>(to, at.ny, 1ul * at.nx * at.ny))
+            prefetchTiles<tile>(backend::closeBlocksY(), at.blockY, to, at.ny);
         loadTile<conjugate>(at, block, in, x, y);
         backend::blockBarrier();
         storeTurned(at, out, block, x, y);

@@ -89,6 +89,14 @@ TYPED_TEST(PermuteOf, MovesEveryElementBitForBit) {
     expectPermuted<TypeParam>({300, 70}, {2, 1});
 }
 
+// From 64 MiB on, tiles whose rows are whole cache lines are written another way than those at the edges.
+TEST(Permute, OfLargeArraysWritesWholeTilesAndEdges) {
+    expectPermuted<double>({100, 512, 168}, {2, 1, 3});
+    expectPermuted<double>({1024, 96, 88}, {2, 1, 3});
+    expectPermuted<float>({33, 1040, 500}, {3, 2, 1});
+    expectPermuted<double2>({65, 66, 1000}, {2, 3, 1});
+}
+
 TYPED_TEST(PermuteOf, WritesNothingWithoutElements) {
     DeviceArray<TypeParam> in(10), out(10);
     permute(out.data(), {0, 10}, in.data(), {10, 0}, {2, 1});

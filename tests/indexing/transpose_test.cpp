@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <type_traits>
 #include <vector>
@@ -87,6 +88,37 @@ TYPED_TEST(TransposeOf, ConjugatesComplexElementsAndNoOthers) {
         expectSameBits(conjugateEach(transposed(values, m.rows, m.cols)), out.values());
         expectSameBits(values, in.values());
     }
+}
+
+/// `out` begins `offset` elements into its array, where what stands before and after must stay.
+template <class T>
+void expectLargeTransposed(Matrix m, unsigned long offset) {
+    SCOPED_TRACE(::testing::Message() << m.rows << " by " << m.cols << " at " << offset);
+    constexpr unsigned long spare = 8;
+    auto const values = testing::randomValues<T>(m.rows * m.cols), around = testing::randomValues<T>(spare);
+    auto expected = conjugateEach(transposed(values, m.rows, m.cols));
+    expected.insert(expected.begin(), around.begin(), around.begin() + static_cast<long>(offset));
+    expected.insert(expected.end(), around.begin() + static_cast<long>(offset), around.end());
+    auto before = expected;
+    std::fill_n(before.begin() + static_cast<long>(offset), values.size(), T{});
+
+    DeviceArray<T> in(values), out(before);
+    CTranspose::Invoker<T>()(nullptr, out.data() + offset, in.data(), m.rows, m.cols);
+    expectSameBits(expected, out.values());
+    expectSameBits(values, in.values());
+}
+
+// From 64 MiB on, tiles whose rows are whole cache lines are written another way than those at the edges, and
+// than those of arrays that do not begin with a line.
+TEST(CTranspose, OfLargeMatricesWritesWholeTilesAndEdges) {
+    expectLargeTransposed<float>({4100, 4112}, 0);
+    expectLargeTransposed<float>({4100, 4112}, 1);
+    expectLargeTransposed<float>({4112, 4100}, 0);
+    expectLargeTransposed<double>({2901, 2904}, 0);
+    expectLargeTransposed<double>({2901, 2904}, 4);
+    expectLargeTransposed<double2>({2051, 2052}, 0);
+    expectLargeTransposed<double2>({2051, 2052}, 2);
+    expectLargeTransposed<short>({5800, 5824}, 0);
 }
 
 TYPED_TEST(TransposeOf, TransposesSquaresInPlace) {
