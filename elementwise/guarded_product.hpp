@@ -30,6 +30,26 @@ GPU_DEVICE P scaledPart(P part, P magnitude) {
     return backend::abs(part) == magnitude ? backend::copySign(P(1), part) : part / magnitude;
 }
 
+template <class T>
+GPU_DEVICE bool areReal(T a, T b) {
+    return (a.y == 0) & (b.y == 0);
+}
+
+/// The product by the plain formula; of two real values, their product and the first one's zero.
+template <class T>
+GPU_DEVICE T plainProduct(T a, T b) {
+    bool const real = areReal(a, b);
+    auto const p = a.x * b.x, q = a.y * b.y, r = a.x * b.y, s = a.y * b.x;
+    return {real ? p : p - q, real ? a.y : r + s};
+}
+
+/// Whether that is the guarded product.
+template <class T>
+GPU_DEVICE bool isPlainProduct(T a, T b) {
+    T const plain = plainProduct(a, b);
+    return areReal(a, b) | (backend::isFinite(plain.x) & backend::isFinite(plain.y));
+}
+
 /// The product of two complex values that keeps infinities instead of turning them into NaN. The plain
 /// formula serves while both of its parts are finite; otherwise the parts that are NaN, or that overflowed
 /// though the factors are finite, are recomputed from scaled factors. Every operation rounds by itself in the
@@ -37,19 +57,19 @@ GPU_DEVICE P scaledPart(P part, P magnitude) {
 template <class T>
 GPU_DEVICE T guardedProduct(T a, T b) {
     using P = Part<T>;
-    if (a.y == 0 && b.y == 0) return {a.x * b.x, a.y};
-    P const p = a.x * b.x, q = a.y * b.y, r = a.x * b.y, s = a.y * b.x;
-    P const re = p - q, im = r + s;
-    if (backend::isFinite(re) && backend::isFinite(im)) return {re, im};
+    T const plain = plainProduct(a, b);
+    if (areReal(a, b)) return plain;
+    if (backend::isFinite(plain.x) && backend::isFinite(plain.y)) return plain;
 
+    P const p = a.x * b.x, q = a.y * b.y, r = a.x * b.y, s = a.y * b.x;
     P const ma = backend::fmax(backend::abs(a.x), backend::abs(a.y));
     P const mb = backend::fmax(backend::abs(b.x), backend::abs(b.y));
     T const ua{scaledPart(a.x, ma), scaledPart(a.y, ma)};
     T const ub{scaledPart(b.x, mb), scaledPart(b.y, mb)};
     bool const infinityTimesZero =
         (backend::isInf(ma) && (b.x == 0 || b.y == 0)) || (backend::isInf(mb) && (a.x == 0 || a.y == 0));
-    return {guardedPart(re, p, -q, ua.x * ub.x, -(ua.y * ub.y), ma, mb, infinityTimesZero),
-            guardedPart(im, r, s, ua.x * ub.y, ua.y * ub.x, ma, mb, infinityTimesZero)};
+    return {guardedPart(plain.x, p, -q, ua.x * ub.x, -(ua.y * ub.y), ma, mb, infinityTimesZero),
+            guardedPart(plain.y, r, s, ua.x * ub.y, ua.y * ub.x, ma, mb, infinityTimesZero)};
 }
 
 }  // namespace gpuruntime::internal

@@ -36,15 +36,17 @@ GPU_DEVICE T saturatingSum(T a, T b) {
     }
 }
 
-/// The integer that holds every product of two `T` of at most 32 bits.
+/// An integer that holds every product of two `T` of at most 32 bits, twice as wide.
 template <class T>
-using Wide = std::conditional_t<sizeof(T) == 4, std::conditional_t<std::is_signed_v<T>, long, unsigned long>,
-                                std::conditional_t<std::is_signed_v<T>, int, unsigned int>>;
+using Wide = std::conditional_t<
+    sizeof(T) == 4, std::conditional_t<std::is_signed_v<T>, long, unsigned long>,
+    std::conditional_t<sizeof(T) == 2, std::conditional_t<std::is_signed_v<T>, int, unsigned int>,
+                       std::conditional_t<std::is_signed_v<T>, short, unsigned short>>>;
 
 template <class T>
 GPU_DEVICE T saturatingProduct(T a, T b) {
     using W = Wide<T>;
-    W const product = static_cast<W>(a) * static_cast<W>(b);
+    W const product = static_cast<W>(static_cast<W>(a) * static_cast<W>(b));
     W const high = std::numeric_limits<T>::max();
     W const lowered = product > high ? high : product;
     if constexpr (std::is_unsigned_v<T>) {
@@ -152,6 +154,12 @@ struct Prod {
             return detail::saturatingProduct(a, b);
         }
     }
+
+    /// Of floating complex values: whether `combinePlainly`, which takes no branches, does.
+    static GPU_DEVICE bool isPlain(T a, T b) { return internal::isPlainProduct(a, b); }
+    static GPU_DEVICE T combinePlainly(T a, T b) { return internal::plainProduct(a, b); }
+
+    static constexpr bool isGuarded = internal::isComplex<T> && std::is_floating_point_v<internal::Part<T>>;
 };
 
 namespace detail {

@@ -8,6 +8,7 @@
 #include "frame/complex.hpp"
 #include "frame/fixed_block.hpp"
 #include "frame/invariant_divisor.hpp"
+#include "reduction/operators.hpp"
 
 /// Reductions of an array seen as three nested extents, fastest first: `stride`, `reductionLength`, and the
 /// rest. A segment is reduced by one block, by a row of a block, or by one thread, so the order in which its
@@ -27,6 +28,12 @@ namespace detail {
 /// How a value is held while it is combined.
 template <class Operator>
 using Held = decltype(Operator::identity());
+
+/// Whether combining takes branches that hardly any value needs.
+template <class Operator>
+inline constexpr bool isGuarded = false;
+template <class T>
+inline constexpr bool isGuarded<reductionoperators::Prod<T>> = reductionoperators::Prod<T>::isGuarded;
 
 /// The part of `reductionLength` elements that the array still has from `begin` on.
 GPU_DEVICE unsigned int segmentLength(unsigned int begin, unsigned int reductionLength,
@@ -183,6 +190,18 @@ struct StridedReduceKernel {
         for (unsigned int k = 1; k < reductionLength; ++k) {
             elements += stride;
             columns.prefetchAfter(elements);
+            if constexpr (detail::isGuarded<Operator>) {
+                unsigned int numUnusual = 0;
+                block.threads.forEach(limit, [&](backend::Thread t) {
+                    numUnusual += !Operator::isPlain(values[t.x], Transform::apply(elements[t.x]));
+                });
+                if (numUnusual == 0) {
+                    block.threads.forEach(limit, [&](backend::Thread t) {
+                        values[t.x] = Operator::combinePlainly(values[t.x], Transform::apply(elements[t.x]));
+                    });
+                    continue;
+                }
+            }
             block.threads.forEach(limit, [&](backend::Thread t) {
                 values[t.x] = Operator::combine(values[t.x], Transform::apply(elements[t.x]));
             });
