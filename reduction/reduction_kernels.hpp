@@ -190,7 +190,7 @@ struct StridedReduceKernel {
         for (unsigned int k = 1; k < reductionLength; ++k) {
             elements += stride;
             columns.prefetchAfter(elements);
-            if constexpr (detail::isGuarded<Operator>) {
+            if constexpr (detail::isGuarded<Operator>) {  // mostly no value of a row needs the branches
                 unsigned int numUnusual = 0;
                 block.threads.forEach(limit, [&](backend::Thread t) {
                     numUnusual += !Operator::isPlain(values[t.x], Transform::apply(elements[t.x]));
