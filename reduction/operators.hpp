@@ -241,6 +241,8 @@ struct ExtremumOfComplex {
     /// The extremum of values one after another, for as long as their magnitudes alone tell it: then it
     /// hangs neither on the order nor on the grouping of the combinations, as it might by the angles.
     class Sequence {
+        static_assert(!nanWins, "a NaN that wins leaves open which one it is");
+
       public:
         explicit GPU_DEVICE Sequence(T first) : best(first) {}
 
@@ -262,7 +264,7 @@ struct ExtremumOfComplex {
         /// Negative if `b` takes the place of `a`, positive if not, 0 if the magnitudes do not tell.
         static GPU_DEVICE_CALL int compareMagnitudes(T a, T b) {
             auto const ma = internal::magnitude(a), mb = internal::magnitude(b);
-            if (!backend::isNaN(ma) && backend::isNaN(mb)) return nanWins ? -1 : 1;
+            if (!backend::isNaN(ma) && backend::isNaN(mb)) return 1;
             return sign * ((ma > mb) - (ma < mb));
         }
 

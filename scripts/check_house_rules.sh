@@ -28,7 +28,7 @@ self_test() {
         echo "a clean tree was found in breach" >&2
         return 1
     fi
-    for line in 'threadIdx.x' 'blockIdx.y' '__syncthreads();' 'f<<<1, 1>>>();' '#ifdef __CUDA_ARCH__'; do
+    for line in 'threadIdx.x' 'blockIdx.y' '__syncthreads();' 'f<<<1, 1>>>();' 'int arch = __CUDA_ARCH__;'; do
         echo "$line" >"$tree/frame/breach.cpp"
         if ! breaches "$tree" >/dev/null; then
             echo "no breach found in: $line" >&2

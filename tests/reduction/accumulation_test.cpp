@@ -161,7 +161,7 @@ TEST(CumMax, CombinesValuesWhoseOrderGoesInACircleAsTheTreeDoes) {
                                {small, small, a, a, b, a, a, a}, {a});
 }
 
-TEST(CumMax, OfLongSegmentsKeepsTheFirstOfNaNAndTiesToTheirMagnitudes) {
+TEST(CumMax, OfLongSegmentsPassesOverNaNAndOrdersEqualMagnitudesByAngle) {
     constexpr float quiet = std::numeric_limits<float>::quiet_NaN();
     Elements<float2> in(600, float2{3, 4}), expected(600, float2{3, 4});
     in[100] = {quiet, 1};

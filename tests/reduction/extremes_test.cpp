@@ -111,7 +111,7 @@ template <class T>
 void expectPosition(unsigned long length, unsigned long stride, unsigned long position) {
     SCOPED_TRACE(::testing::Message()
                  << "length " << length << ", stride " << stride << ", position " << position);
-    Elements<T> in(length * stride, 1), results;
+    Elements<T> in(length * stride, 1);
     for (unsigned long column = 0; column < stride; ++column) {
         in[position * stride + column] = in[(length - 1) * stride + column] = 2;
     }
