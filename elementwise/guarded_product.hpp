@@ -30,22 +30,23 @@ GPU_DEVICE P scaledPart(P part, P magnitude) {
     return backend::abs(part) == magnitude ? backend::copySign(P(1), part) : part / magnitude;
 }
 
+/// Of values whose parts are numbers, or vectors of numbers; so are the next two.
 template <class T>
-GPU_DEVICE bool areReal(T a, T b) {
+GPU_DEVICE auto areReal(T a, T b) {
     return (a.y == 0) & (b.y == 0);
 }
 
 /// The product by the plain formula; of two real values, their product and the first one's zero.
 template <class T>
 GPU_DEVICE T plainProduct(T a, T b) {
-    bool const real = areReal(a, b);
+    auto const real = areReal(a, b);
     auto const p = a.x * b.x, q = a.y * b.y, r = a.x * b.y, s = a.y * b.x;
     return {real ? p : p - q, real ? a.y : r + s};
 }
 
 /// Whether that is the guarded product.
 template <class T>
-GPU_DEVICE bool isPlainProduct(T a, T b) {
+GPU_DEVICE auto isPlainProduct(T a, T b) {
     T const plain = plainProduct(a, b);
     return areReal(a, b) | (backend::isFinite(plain.x) & backend::isFinite(plain.y));
 }

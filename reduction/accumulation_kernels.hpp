@@ -27,27 +27,13 @@ struct SegmentedAccumulateKernel {
             reductionkernels::detail::segmentLength(begin, reductionLength, numElements);
         auto const& threads = block.threads;
 
-        using Held = reductionkernels::detail::Held<Operator>;
-        GPU_SHARED backend::ScanTile<Operator, N> sharedData;
-        Held carry = Operator::identity();  // of the first thread
-        T* elements = data + begin;
-        for (unsigned int left = length; left > 0;) {
+        GPU_SHARED backend::ScanTile<Operator, N> tile;
+        auto carry = Operator::identity();  // of the first thread
+        for (unsigned int done = 0; done < length;) {
+            unsigned int const left = length - done;
             unsigned int const count = left < 2 * N ? left : 2 * N;
-            bool const isFirst = left == length;
-            sharedData.load(threads, count, [&](unsigned int i) { return elements[i]; });
-            // The carry enters the scan through the first element.
-            if (!isFirst) {
-                threads.phase(
-                    1, [&](unsigned int) { sharedData.at(0) = Operator::combine(carry, sharedData.at(0)); });
-            }
-            carry = sharedData.scan(threads);
-            // Shifted down by one place the scan is inclusive; its last element is the carry. A segment's own
-            // first element is its input and is not written.
-            sharedData.forEach(threads, isFirst ? 2 : 1, count,
-                               [&](unsigned long i, Held value) { elements[i - 1] = value; });
-            threads.phase(1, [&](unsigned int) { elements[count - 1] = carry; });  // the tile has been read
-            elements += count;
-            left -= count;
+            carry = tile.scan(threads, data + begin + done, count, done == 0, carry);
+            done += count;
         }
         threads.forEach(1, [&](unsigned int) { totals[segment] = carry; });
     }

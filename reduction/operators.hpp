@@ -20,15 +20,23 @@ namespace gpuruntime::reductionoperators {
 
 namespace detail {
 
-/// `a` + `b`, held at the ends of the range.
+/// `a` + `b`, held at the ends of the range. Narrow integers have vector minima and maxima: `b` is held
+/// within what `a` leaves of the range. Of wide ones the sum is taken and mended.
 template <class T>
 GPU_DEVICE T saturatingSum(T a, T b) {
     using U = std::make_unsigned_t<T>;
     using Limits = std::numeric_limits<T>;
-    U const sum = static_cast<U>(static_cast<U>(a) + static_cast<U>(b));
-    if constexpr (std::is_unsigned_v<T>) {
-        return sum < a ? Limits::max() : sum;
+    if constexpr (sizeof(T) < 8 && std::is_unsigned_v<T>) {
+        T const most = static_cast<T>(Limits::max() - a);
+        return static_cast<T>(a + (b < most ? b : most));
+    } else if constexpr (sizeof(T) < 8) {
+        T const most = static_cast<T>(Limits::max() - (a > 0 ? a : T(0)));
+        T const least = static_cast<T>(Limits::min() - (a < 0 ? a : T(0)));
+        T const lowered = b < most ? b : most;
+        return static_cast<T>(a + (lowered > least ? lowered : least));
     } else {
+        U const sum = static_cast<U>(a) + static_cast<U>(b);
+        if constexpr (std::is_unsigned_v<T>) return sum < a ? Limits::max() : sum;
         // It overflowed if the sum's sign is neither operand's.
         T const overflow = static_cast<T>((static_cast<U>(a) ^ sum) & (static_cast<U>(b) ^ sum));
         T const bound = a < 0 ? Limits::min() : Limits::max();
@@ -109,6 +117,8 @@ struct Or {
 /// Real integers saturate; integer pairs wrap in each part; `bool` is a logical or.
 template <class T>
 struct Sum {
+    static constexpr bool isSaturating = std::is_integral_v<T>;
+
     static GPU_DEVICE T identity() { return T{}; }
 
     static GPU_DEVICE T combine(T a, T b) {
@@ -155,9 +165,16 @@ struct Prod {
         }
     }
 
-    /// Of floating complex values: whether `combinePlainly`, which takes no branches, does.
-    static GPU_DEVICE bool isPlain(T a, T b) { return internal::isPlainProduct(a, b); }
-    static GPU_DEVICE T combinePlainly(T a, T b) { return internal::plainProduct(a, b); }
+    /// Of floating complex values, or vectors of them: whether `combinePlainly`, which takes no branches,
+    /// does.
+    template <class V>
+    static GPU_DEVICE auto isPlain(V a, V b) {
+        return internal::isPlainProduct(a, b);
+    }
+    template <class V>
+    static GPU_DEVICE V combinePlainly(V a, V b) {
+        return internal::plainProduct(a, b);
+    }
 
     static constexpr bool isGuarded = internal::isComplex<T> && std::is_floating_point_v<internal::Part<T>>;
 };
@@ -186,7 +203,7 @@ struct ExtremumOfNumbers {
     static GPU_DEVICE T identity() { return nan<T>(); }
 
     static GPU_DEVICE bool supersedes(T a, T b) {
-        return (sign > 0 ? b > a : b < a) | (backend::isNaN(a) & !backend::isNaN(b));
+        return !(sign > 0 ? b <= a : b >= a) & !backend::isNaN(b);  // also where `a` is NaN
     }
 
     static GPU_DEVICE T combine(T a, T b) { return sign > 0 ? backend::fmax(a, b) : backend::fmin(a, b); }
@@ -198,13 +215,10 @@ struct ExtremumWithNaNs {
     static GPU_DEVICE T identity() { return sign > 0 ? lowest<T>() : highest<T>(); }
 
     static GPU_DEVICE bool supersedes(T a, T b) {
-        return (sign > 0 ? b > a : b < a) | (backend::isNaN(b) & !backend::isNaN(a));
+        return !(sign > 0 ? b <= a : b >= a) & !backend::isNaN(a);  // also where `b` is NaN
     }
 
-    static GPU_DEVICE T combine(T a, T b) {
-        bool const keeps = (sign > 0 ? a > b : a < b) | (backend::isNaN(a) & !backend::isNaN(b));
-        return keeps ? a : b;
-    }
+    static GPU_DEVICE T combine(T a, T b) { return supersedes(b, a) ? a : b; }
 };
 
 /// Complex values by the complex order; a value is NaN here if its magnitude is.

@@ -3,6 +3,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "backend/operator_traits.hpp"
 #include "block_fold.hpp"
 #include "device.hpp"
 #include "frame/complex.hpp"
@@ -29,11 +30,8 @@ namespace detail {
 template <class Operator>
 using Held = decltype(Operator::identity());
 
-/// Whether combining takes branches that hardly any value needs.
 template <class Operator>
-inline constexpr bool isGuarded = false;
-template <class T>
-inline constexpr bool isGuarded<reductionoperators::Prod<T>> = reductionoperators::Prod<T>::isGuarded;
+using Position = std::conditional_t<sizeof(Held<Operator>) == 8, long, unsigned int>;
 
 /// The part of `reductionLength` elements that the array still has from `begin` on.
 GPU_DEVICE unsigned int segmentLength(unsigned int begin, unsigned int reductionLength,
@@ -44,13 +42,13 @@ GPU_DEVICE unsigned int segmentLength(unsigned int begin, unsigned int reduction
 
 /// Whether the value `b` at position `ib` takes the place of `a` at position `ia`: of values of which neither
 /// is better, the one at the lower position stays.
-template <class Operator, class T>
-GPU_DEVICE bool takesPlace(T a, unsigned int ia, T b, unsigned int ib) {
+template <class Operator, class T, class Position>
+GPU_DEVICE bool takesPlace(T a, Position ia, T b, Position ib) {
     if constexpr (internal::isComplex<T>) {
         return ia < ib ? Operator::supersedes(a, b) : !Operator::supersedes(b, a);
     } else {
-        bool const ifLater = Operator::supersedes(a, b), ifEarlier = !Operator::supersedes(b, a);
-        return ((ia < ib) & ifLater) | ((ia >= ib) & ifEarlier);  // no branches, so that loops vectorise
+        // no branches, so that loops vectorise
+        return Operator::supersedes(a, b) | ((ib < ia) & !Operator::supersedes(b, a));
     }
 }
 
@@ -190,7 +188,7 @@ struct StridedReduceKernel {
         for (unsigned int k = 1; k < reductionLength; ++k) {
             elements += stride;
             columns.prefetchAfter(elements);
-            if constexpr (detail::isGuarded<Operator>) {  // mostly no value of a row needs the branches
+            if constexpr (backend::isGuarded<Operator>) {  // mostly no value of a row needs the branches
                 unsigned int numUnusual = 0;
                 block.threads.forEach(limit, [&](backend::Thread t) {
                     numUnusual += !Operator::isPlain(values[t.x], Transform::apply(elements[t.x]));
@@ -256,7 +254,7 @@ struct SegmentedIndexReduceKernel {
         }
 
         GPU_SHARED detail::Held<Operator> sData[N];
-        GPU_SHARED unsigned int sIdx[N];
+        GPU_SHARED detail::Position<Operator> sIdx[N];
         block.threads.phase([&](unsigned int t) {
             sData[t] = survivors.values[t];
             sIdx[t] = positions[t];
@@ -290,7 +288,7 @@ struct SegmentedIndexReduceSmallKernel {
         TIn const* const elements = in + begin;
 
         GPU_SHARED detail::Held<Operator> sData[N];
-        GPU_SHARED unsigned int sIdx[N];
+        GPU_SHARED detail::Position<Operator> sIdx[N];
         backend::SegmentTile<N> const tile(block.threads, reductionLength);
         tile.load(
             numElements - begin,

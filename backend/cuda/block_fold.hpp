@@ -119,21 +119,29 @@ class ScanTile {
   public:
     using T = decltype(Operator::identity());
 
-    GPU_DEVICE T& at(unsigned int i) { return values[i + i / 16]; }
-
-    /// Takes `value(i)` for each `i` below `count`, which is at least 1, and the identity for the rest; a
-    /// barrier follows.
-    template <class Value>
-    GPU_DEVICE void load(Threads const& threads, unsigned int count, Value value) {
+    /// Turns the first `count` of the elements, at least 1 and at most `2N`, into their inclusive scan, which
+    /// `carry` enters through the first. Where the tile `isFirst` of a segment there is no carry, and the
+    /// first of several elements is not written. Returns the combination of all, on the first thread, which
+    /// also has the carry; a barrier follows.
+    template <class Element>
+    GPU_DEVICE T scan(Threads const& threads, Element* elements, unsigned int count, bool isFirst, T carry) {
         threads.phase([&](unsigned int t) {
-            at(t) = t < count ? value(t) : Operator::identity();
-            at(t + N) = t + N < count ? value(t + N) : Operator::identity();
+            at(t) = t < count ? elements[t] : Operator::identity();
+            at(t + N) = t + N < count ? elements[t + N] : Operator::identity();
         });
+        if (!isFirst) threads.phase(1, [&](unsigned int) { at(0) = Operator::combine(carry, at(0)); });
+        T const total = scanExclusively(threads);
+        // Shifted down by one place the scan is inclusive.
+        threads.template walk<N>(isFirst ? 2 : 1, count,
+                                 [&](unsigned int, unsigned long i) { elements[i - 1] = at(i); });
+        threads.phase(1, [&](unsigned int) { elements[count - 1] = total; });  // the tile has been read
+        return total;
     }
 
-    /// Turns the values into their exclusive scan, which begins with the identity, and returns the
-    /// combination of all, on the first thread; a barrier follows.
-    GPU_DEVICE T scan(Threads const& threads) {
+  private:
+    GPU_DEVICE T& at(unsigned int i) { return values[i + i / 16]; }
+
+    GPU_DEVICE T scanExclusively(Threads const& threads) {
         for (unsigned int d = 1; d <= N; d *= 2) {
             threads.phase(N / d, [&](unsigned int t) {
                 T& b = at((2 * t + 2) * d - 1);
@@ -157,13 +165,6 @@ class ScanTile {
         return total;
     }
 
-    /// Calls `f(i, value)` with the values in [`begin`, `end`), on one thread each; no barrier follows.
-    template <class F>
-    GPU_DEVICE void forEach(Threads const& threads, unsigned int begin, unsigned int end, F f) {
-        threads.walk<N>(begin, end, [&](unsigned int, unsigned long i) { f(i, at(i)); });
-    }
-
-  private:
     T values[2 * N + 2 * N / 16];
 };
 

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <type_traits>
 
+#include "backend/operator_traits.hpp"
 #include "device.hpp"
+#include "lane_rows.hpp"
 
 /// How the threads of a block combine their values. Each fold fixes which operands meet, so the result is the
 /// same on every device; where the values stand between the steps is the device's own, here such that each
@@ -115,15 +117,9 @@ class SegmentTile {
     unsigned int sizeY, length;
 };
 
-/// Whether an operator can also combine values one after another, and tell whether the order matters.
-template <class Operator, class = void>
-inline constexpr bool hasSequence = false;
-template <class Operator>
-inline constexpr bool hasSequence<Operator, std::void_t<typename Operator::Sequence>> = true;
-
-/// A tile of up to `2N` values that the `N` threads of a block scan: a tree of combinations is built up and
-/// then walked down. Here the levels of the tree stand one behind another, from the values to the root, so
-/// that each step runs over neighbouring memory. A tree is as wide as its values need.
+/// A tile of up to `2N` elements that the `N` threads of a block scan: a tree of combinations is built up and
+/// then walked down. Here the tile is cut into as many runs as a row has lanes. The levels of the tree within
+/// the runs combine whole rows, most of them in registers; those above combine the lanes of one row.
 ///
 /// Source: G. E. Blelloch, Prefix Sums and Their Applications, CMU-CS-90-190, 1990.
 template <class Operator, unsigned int N>
@@ -131,95 +127,209 @@ class ScanTile {
   public:
     using T = decltype(Operator::identity());
 
-    GPU_DEVICE T& at(unsigned int i) { return level(width)[i]; }
-
-    /// Takes `value(i)` for each `i` below `count`, which is at least 1, and the identity for the rest; a
-    /// barrier follows.
-    template <class Value>
-    GPU_DEVICE void load(Threads const& /*threads*/, unsigned int count, Value value) {
-        numValues = count;
-        width = 1;
-        while (width < count) width *= 2;
-        T* const values = level(width);
-#pragma GCC ivdep
-        for (unsigned int i = 0; i < count; ++i) values[i] = value(i);
-        for (unsigned int i = count; i < width; ++i) values[i] = Operator::identity();
-    }
-
-    /// Turns the values into their exclusive scan, which begins with the identity, and returns the
-    /// combination of all, on the first thread; a barrier follows.
-    GPU_DEVICE T scan(Threads const& /*threads*/) {
+    /// Turns the first `count` of the elements, at least 1 and at most `2N`, into their inclusive scan, which
+    /// `carry` enters through the first. Where the tile `isFirst` of a segment there is no carry, and the
+    /// first element is not written. Returns the combination of all.
+    template <class Element>
+    GPU_DEVICE T scan(Threads const& /*threads*/, Element* elements, unsigned int count, bool isFirst,
+                      T carry) {
+        static_assert(sizeof(Element) == sizeof(T));
+        Element const firstElement = elements[0];
+        T const first = isFirst ? T(firstElement) : Operator::combine(carry, firstElement);
         T total;
-        if constexpr (hasSequence<Operator>) {
-            if (scanInSequence(total)) return total;
+        if (scanInSequence(elements, count, first, total)) {
+        } else if (count == 2 * N) {
+            total = scanRuns(elements, numBlocks, first);
+        } else {
+            alignas(32) T values[2 * N];
+#pragma GCC ivdep
+            for (unsigned int i = 0; i < count; ++i) values[i] = elements[i];
+            total = count <= few ? scanFew(values, count, first) : scanSome(values, count, first);
+#pragma GCC ivdep
+            for (unsigned int i = 0; i < count; ++i) elements[i] = values[i];
         }
-        buildLevels();
-        // The missing half of each wider tree would bring in the identity; that is done once, because it
-        // changes nothing again.
-        T& root = *level(1);
-        total = width < 2 * N ? Operator::combine(root, Operator::identity()) : root;
-        root = Operator::identity();
-        walkLevels<1>();
+        if (isFirst && count > 1) elements[0] = firstElement;
         return total;
     }
 
-    /// Calls `f(i, value)` with the values in [`begin`, `end`), on one thread each; no barrier follows.
-    template <class F>
-    GPU_DEVICE void forEach(Threads const& threads, unsigned int begin, unsigned int end, F f) {
-        T const* const values = level(width);
-        threads.walk<N>(begin, end, [&](unsigned int, unsigned long i) { f(i, values[i]); });
-    }
-
   private:
-    /// The level of so many nodes, a power of two.
-    GPU_DEVICE T* level(unsigned int numNodes) { return nodes + (4 * N - 2 * numNodes); }
+    using Rows = LaneRows<sizeof(T)>;
+    using Row = typename Rows::Row;
+    static constexpr unsigned int lanes = Rows::lanes;
 
-    /// Builds the levels up to the root.
-    GPU_DEVICE void buildLevels() {
-        halving<N, 1>([&](auto numNodes) {
-            if (numNodes >= width) return;
-            T* const above = level(numNodes);
-            T const* const below = level(2 * numNodes);
-            forEachPlace(numNodes, [&](unsigned int i) {
-                above[i] = Operator::combine(below[2 * i], below[2 * i + 1]);
-            });
-        });
+    /// Rows that are held in registers at a time.
+    static constexpr unsigned int height = Rows::side < 8 ? 8 : Rows::side;
+    static constexpr unsigned int numBlocks = 2 * N / lanes / height;
+
+    /// So few values are scanned by themselves.
+    static constexpr unsigned int few = 8;
+
+    template <class Node, class Combine>
+    static GPU_DEVICE void buildUp(Node* nodes, unsigned int count, Combine combine) {
+        for (unsigned int d = 1; d < count; d *= 2) {
+            for (unsigned int i = 2 * d - 1; i < count; i += 2 * d)
+                nodes[i] = combine(nodes[i - d], nodes[i]);
+        }
     }
 
-    /// Hands down the levels from `numNodes` nodes to the values.
-    template <unsigned int numNodes>
-    GPU_DEVICE void walkLevels() {
-        if (numNodes >= width) return;
-        T const* const above = level(numNodes);
-        T* const below = level(2 * numNodes);
-        forEachPlace(Constant<numNodes>{}, [&](unsigned int i) {
-            T const before = above[i];
-            T const first = below[2 * i];
-            below[2 * i] = before;
-            below[2 * i + 1] = Operator::combine(first, before);
-        });
-        if constexpr (numNodes < N) walkLevels<2 * numNodes>();
+    template <class Node, class Combine>
+    static GPU_DEVICE void walkDown(Node* nodes, unsigned int count, Combine combine) {
+        for (unsigned int d = count / 2; d > 0; d /= 2) {
+            for (unsigned int i = 2 * d - 1; i < count; i += 2 * d) {
+                Node const left = nodes[i - d];
+                nodes[i - d] = nodes[i];
+                nodes[i] = combine(left, nodes[i]);
+            }
+        }
+    }
+
+    static GPU_DEVICE Row combineRows(Row a, Row b) { return Rows::template combine<Operator>(a, b); }
+
+    /// The same in registers.
+    template <unsigned int d = 1>
+    static GPU_DEVICE void buildUpBlock(Row (&rows)[height]) {
+        if constexpr (d < height) {
+            unrolled<height / (2 * d)>([&](auto k) {
+                constexpr unsigned int i = k * 2 * d + 2 * d - 1;
+                rows[i] = combineRows(rows[i - d], rows[i]);
+            });
+            buildUpBlock<2 * d>(rows);
+        }
+    }
+
+    template <unsigned int d = height / 2>
+    static GPU_DEVICE void walkDownBlock(Row (&rows)[height]) {
+        if constexpr (d > 0) {
+            unrolled<height / (2 * d)>([&](auto k) {
+                constexpr unsigned int i = k * 2 * d + 2 * d - 1;
+                Row const left = rows[i - d];
+                rows[i - d] = rows[i];
+                rows[i] = combineRows(left, rows[i]);
+            });
+            walkDownBlock<d / 2>(rows);
+        }
+    }
+
+    /// The missing half of a wider tree would bring in the identity. That changes nothing again.
+    static GPU_DEVICE T withMissing(T total) { return Operator::combine(total, Operator::identity()); }
+
+    static GPU_DEVICE T scanFew(T* values, unsigned int count, T first) {
+        unsigned int width = 1;
+        while (width < count) width *= 2;
+        for (unsigned int i = count; i < width; ++i) values[i] = Operator::identity();
+        values[0] = first;
+        auto const combine = [](T a, T b) { return Operator::combine(a, b); };
+        buildUp(values, width, combine);
+        T const total = withMissing(values[width - 1]);
+        values[width - 1] = Operator::identity();
+        walkDown(values, width, combine);
+        for (unsigned int i = 1; i < count; ++i) values[i - 1] = values[i];
+        values[count - 1] = total;
+        return total;
+    }
+
+    GPU_DEVICE T scanSome(T* values, unsigned int count, T first) {
+        unsigned int blocks = 1;
+        while (blocks * height * lanes < count) blocks *= 2;
+        unsigned int const width = blocks * height * lanes;
+        for (unsigned int i = count; i < width; ++i) values[i] = Operator::identity();
+        T total = scanRuns(values, blocks, first);
+        if (width < 2 * N) total = withMissing(total);
+        values[count - 1] = total;
+        return total;
+    }
+
+    /// Scans the whole tree over so many blocks of rows, in which `first` stands for the first value.
+    template <class Element>
+    GPU_DEVICE T scanRuns(Element* values, unsigned int blocks, T first) {
+        unsigned int const runLength = blocks * height;
+        Row rows[numBlocks][height];
+        Row prefixes[numBlocks + 1];  // of the runs up to each block
+        for (unsigned int b = 0; b < blocks; ++b) {
+            Row block[height];
+            Rows::load(block, values + b * height, runLength);
+            if (b == 0) {
+                block[0] = Rows::shuffle(block[0], Rows::all(first),
+                                         [](unsigned int g) { return g == 0 ? lanes : g; });
+            }
+            buildUpBlock(block);
+            unrolled<height>([&](auto j) { rows[b][j] = block[j]; });
+            prefixes[b] = block[height - 1];
+        }
+        buildUp(prefixes, blocks, combineRows);
+        T total;
+        prefixes[blocks - 1] = scanLanes(prefixes[blocks - 1], total);
+        walkDown(prefixes, blocks, combineRows);
+        // Shifted down by one place the scan is inclusive.
+        prefixes[blocks] = Rows::shuffle(prefixes[0], Rows::all(total), [](unsigned int g) { return g + 1; });
+        for (unsigned int b = 0; b < blocks; ++b) {
+            Row block[height];
+            unrolled<height - 1>([&](auto j) { block[j] = rows[b][j]; });
+            block[height - 1] = prefixes[b];
+            walkDownBlock(block);
+            unrolled<height - 1>([&](auto j) { block[j] = block[j + 1]; });
+            block[height - 1] = prefixes[b + 1];
+            Rows::store(block, values + b * height, runLength);
+        }
+        return total;
+    }
+
+    /// The exclusive scan of the lanes.
+    static GPU_DEVICE Row scanLanes(Row row, T& total) {
+        row = buildUpLanes<1>(row);
+        total = Rows::template lane<T>(row, lanes - 1);
+        row = Rows::shuffle(row, Rows::all(Operator::identity()),
+                            [](unsigned int g) { return g == lanes - 1 ? g + lanes : g; });
+        return walkDownLanes<lanes / 2>(row);
+    }
+
+    template <unsigned int d>
+    static GPU_DEVICE Row buildUpLanes(Row row) {
+        if constexpr (d < lanes) {
+            Row const left = Rows::shuffle(row, row, [](unsigned int g) { return g < d ? g : g - d; });
+            Row const combined = Rows::template combine<Operator>(left, row);
+            return buildUpLanes<2 * d>(Rows::shuffle(
+                row, combined, [](unsigned int g) { return g % (2 * d) == 2 * d - 1 ? g + lanes : g; }));
+        } else {
+            return row;
+        }
+    }
+
+    template <unsigned int d>
+    static GPU_DEVICE Row walkDownLanes(Row row) {
+        if constexpr (d > 0) {
+            Row const exchanged = Rows::shuffle(row, row, [](unsigned int g) {
+                unsigned int const place = g % (2 * d);
+                return place == d - 1 ? g + d : place == 2 * d - 1 ? g - d : g;
+            });
+            Row const combined = Rows::template combine<Operator>(exchanged, row);
+            return walkDownLanes<d / 2>(Rows::shuffle(exchanged, combined, [](unsigned int g) {
+                return g % (2 * d) == 2 * d - 1 ? g + lanes : g;
+            }));
+        } else {
+            return row;
+        }
     }
 
     /// Scans the values one after another, which is faster where combining takes branches. False if the tree
-    /// might give another result; then the values are as they were.
-    GPU_DEVICE bool scanInSequence(T& total) {
-        T* const values = level(width);
-        T before[2 * N];
-        typename Operator::Sequence sequence(values[0]);
-        for (unsigned int i = 1; i < numValues; ++i) {
-            before[i] = sequence.value();
-            if (!sequence.take(values[i])) return false;
+    /// might give another result; then nothing has been written.
+    template <class Element>
+    static GPU_DEVICE bool scanInSequence(Element* elements, unsigned int count, T first, T& total) {
+        if constexpr (hasSequence<Operator>) {
+            T scanned[2 * N];
+            scanned[0] = first;
+            typename Operator::Sequence sequence(first);
+            for (unsigned int i = 1; i < count; ++i) {
+                if (!sequence.take(elements[i])) return false;
+                scanned[i] = sequence.value();
+            }
+            std::copy(scanned, scanned + count, elements);
+            total = sequence.value();
+            return true;
+        } else {
+            return false;
         }
-        values[0] = Operator::identity();
-        std::copy(before + 1, before + numValues, values + 1);
-        total = sequence.value();
-        return true;
     }
-
-    T nodes[4 * N];
-    unsigned int numValues;
-    unsigned int width;  // the least power of two that takes in the values that are there
 };
 
 }  // namespace gpuruntime::backend

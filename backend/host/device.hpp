@@ -122,6 +122,15 @@ class Threads {
     GPU_DEVICE void walkRows(unsigned int begin, unsigned int end, F f) const {
         unsigned long i = begin;
         unsigned int row = 0;
+        for (; i + 4 * N <= end; i += 4 * N, row += 4) {  // what a thread keeps stays in a register
+#pragma GCC ivdep
+            for (unsigned int t = 0; t < N; ++t) {
+                f(t, i + t, row);
+                f(t, i + t + N, row + 1);
+                f(t, i + t + 2 * N, row + 2);
+                f(t, i + t + 3 * N, row + 3);
+            }
+        }
         for (; i + N <= end; i += N, ++row) {
 #pragma GCC ivdep
             for (unsigned int t = 0; t < N; ++t) f(t, i + t, row);

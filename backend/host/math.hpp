@@ -72,37 +72,55 @@ GPU_DEVICE bool isInf(T x) {
     return abs(x) == static_cast<T>(HUGE_VAL);
 }
 
+/// Of a vector of numbers, lane by lane.
 template <class T>
-GPU_DEVICE bool isFinite(T x) {
-    return abs(x) < static_cast<T>(HUGE_VAL);
+GPU_DEVICE auto isFinite(T x) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return abs(x) < static_cast<T>(HUGE_VAL);
+    } else {
+        return x - x == 0;
+    }
 }
 
-/// What `sign` makes of the bits of equal values, which changes no more than the sign of zeros; `otherwise`
-/// for others. Without arithmetic, so that loops vectorise.
-template <class T, class Bitwise>
-GPU_DEVICE T ofEqual(T a, T b, T otherwise, Bitwise sign) {
-    using Bits = std::conditional_t<sizeof(T) == 8, unsigned long, unsigned int>;
-    Bits bitsA, bitsB;
-    std::memcpy(&bitsA, &a, sizeof(T));
-    std::memcpy(&bitsB, &b, sizeof(T));
-    Bits const bits = sign(bitsA, bitsB);
-    T equal;
-    std::memcpy(&equal, &bits, sizeof(T));
-    return a == b ? equal : otherwise;
+namespace detail {
+
+template <class T>
+using BitsOf = std::conditional_t<sizeof(T) == 8, unsigned long, unsigned int>;
+
+template <class T>
+GPU_DEVICE BitsOf<T> bits(T x) {
+    BitsOf<T> result;
+    std::memcpy(&result, &x, sizeof x);
+    return result;
 }
+
+template <class T>
+GPU_DEVICE T fromBits(BitsOf<T> bits) {
+    T result;
+    std::memcpy(&result, &bits, sizeof result);
+    return result;
+}
+
+/// All bits if the values differ, or one is NaN, otherwise none.
+template <class T>
+GPU_DEVICE BitsOf<T> ifDifferent(T a, T b) {
+    return a != b ? ~BitsOf<T>(0) : BitsOf<T>(0);
+}
+
+}  // namespace detail
 
 /// The larger value: a NaN is ignored unless both are, and +0 is above -0.
 template <class T>
 GPU_DEVICE T fmax(T a, T b) {
-    T const larger = (a > b) | isNaN(b) ? a : b;
-    return ofEqual(a, b, larger, [](auto x, auto y) { return x & y; });
+    T const larger = (a > b) | isNaN(b) ? a : b;  // of equal values `b`, whose sign bit `a` may clear
+    return detail::fromBits<T>(detail::bits(larger) & (detail::bits(a) | detail::ifDifferent(a, b)));
 }
 
 /// The smaller value, by the same rules.
 template <class T>
 GPU_DEVICE T fmin(T a, T b) {
-    T const smaller = (a < b) | isNaN(b) ? a : b;
-    return ofEqual(a, b, smaller, [](auto x, auto y) { return x | y; });
+    T const smaller = (a < b) | isNaN(b) ? a : b;  // of equal values `b`, whose sign bit `a` may set
+    return detail::fromBits<T>(detail::bits(smaller) | (detail::bits(a) & ~detail::ifDifferent(a, b)));
 }
 
 }  // namespace gpuruntime::backend

@@ -27,8 +27,8 @@ using TestTypes = typename TestTypesOf<List>::type;
 /// and strided arrays around the width of a block.
 inline std::vector<Shape> reductionShapes() {
     std::vector<Shape> shapes;
-    for (unsigned long length :
-         {1, 2, 3, 4, 5, 8, 17, 31, 32, 33, 64, 65, 127, 128, 129, 255, 256, 257, 513, 1000}) {
+    for (unsigned long length : {1,  2,  3,   4,   5,   8,   9,   16,  17,  31,   32,   33,
+                                 64, 65, 127, 128, 129, 255, 256, 257, 513, 1000, 1280, 2600}) {
         shapes.push_back({length, length, 1});
         shapes.push_back({3 * length, length, 1});
         if (length > 1) shapes.push_back({7 * length + 1, length, 1});
