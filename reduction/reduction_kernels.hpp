@@ -126,7 +126,7 @@ struct SegmentedReduceKernel {
         backend::PerThread<detail::Held<Operator>, N> values;
         block.threads.forEach([&](unsigned int t) { values[t] = Operator::identity(); });
         block.threads.forEach(length, [&](unsigned int t) { values[t] = Transform::apply(elements[t]); });
-        block.threads.template walk<N>(N, length, [&](unsigned int t, unsigned long i) {
+        block.threads.template walk<N>(elements, N, length, [&](unsigned int t, unsigned long i) {
             values[t] = Operator::combine(values[t], Transform::apply(elements[i]));
         });
         backend::foldBlock(
@@ -242,7 +242,7 @@ struct SegmentedIndexReduceKernel {
             unsigned int const left = length - first;
             unsigned int const count = left < Survivors::maxRows * N ? left : Survivors::maxRows * N;
             block.threads.forEach([&](unsigned int t) { survivors.rows[t] = 0; });
-            block.threads.template walkRows<N>(first, first + count,
+            block.threads.template walkRows<N>(elements, first, first + count,
                                                [&](unsigned int t, unsigned long i, unsigned int row) {
                                                    survivors.take(t, Transform::apply(elements[i]), row);
                                                });

@@ -132,7 +132,7 @@ class ScanTile {
         if (!isFirst) threads.phase(1, [&](unsigned int) { at(0) = Operator::combine(carry, at(0)); });
         T const total = scanExclusively(threads);
         // Shifted down by one place the scan is inclusive.
-        threads.template walk<N>(isFirst ? 2 : 1, count,
+        threads.template walk<N>(elements, isFirst ? 2 : 1, count,
                                  [&](unsigned int, unsigned long i) { elements[i - 1] = at(i); });
         threads.phase(1, [&](unsigned int) { elements[count - 1] = total; });  // the tile has been read
         return total;

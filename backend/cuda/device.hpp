@@ -89,11 +89,11 @@ class Threads {
         __syncthreads();
     }
 
-    /// Calls `f(t, i, row)` for every `i` in [`begin`, `end`), by the thread `t` = (`i` - `begin`) mod `N`
-    /// and in ascending order for each thread, whose calls are counted by `row` from 0; `N` is the block's
-    /// size. No barrier follows.
-    template <unsigned int N, class F>
-    GPU_DEVICE void walkRows(unsigned int begin, unsigned int end, F f) const {
+    /// Goes over the elements in [`begin`, `end`) of an array: calls `f(t, i, row)` for every index `i`, by
+    /// the thread `t` = (`i` - `begin`) mod `N` and in ascending order for each thread, whose calls are
+    /// counted by `row` from 0; `N` is the block's size. No barrier follows.
+    template <unsigned int N, class T, class F>
+    GPU_DEVICE void walkRows(T const* /*elements*/, unsigned int begin, unsigned int end, F f) const {
         if (begin >= end || own() >= end - begin) return;
         unsigned int left = end - begin - own();
         for (unsigned int i = begin + own(), row = 0;; i += N, left -= N, ++row) {
@@ -103,9 +103,9 @@ class Threads {
     }
 
     /// The same without the count.
-    template <unsigned int N, class F>
-    GPU_DEVICE void walk(unsigned int begin, unsigned int end, F f) const {
-        walkRows<N>(begin, end, [&](unsigned int t, unsigned int i, unsigned int) { f(t, i); });
+    template <unsigned int N, class T, class F>
+    GPU_DEVICE void walk(T const* elements, unsigned int begin, unsigned int end, F f) const {
+        walkRows<N>(elements, begin, end, [&](unsigned int t, unsigned int i, unsigned int) { f(t, i); });
     }
 
   private:

@@ -139,12 +139,12 @@ class ScanTile {
         T total;
         if (scanInSequence(elements, count, first, total)) {
         } else if (count == 2 * N) {
-            total = scanRuns(elements, numBlocks, first);
+            total = scanRuns(elements, elements, numBlocks, first);
         } else {
             alignas(32) T values[2 * N];
 #pragma GCC ivdep
             for (unsigned int i = 0; i < count; ++i) values[i] = elements[i];
-            total = count <= few ? scanFew(values, count, first) : scanSome(values, count, first);
+            total = count <= few ? scanFew(values, count, first) : scanSome(elements, values, count, first);
 #pragma GCC ivdep
             for (unsigned int i = 0; i < count; ++i) elements[i] = values[i];
         }
@@ -164,6 +164,7 @@ class ScanTile {
     /// So few values are scanned by themselves.
     static constexpr unsigned int few = 8;
 
+    /// Builds up the tree over `count` nodes, a power of two, in place.
     template <class Node, class Combine>
     static GPU_DEVICE void buildUp(Node* nodes, unsigned int count, Combine combine) {
         for (unsigned int d = 1; d < count; d *= 2) {
@@ -172,6 +173,7 @@ class ScanTile {
         }
     }
 
+    /// Hands down what comes before each node, from the root on.
     template <class Node, class Combine>
     static GPU_DEVICE void walkDown(Node* nodes, unsigned int count, Combine combine) {
         for (unsigned int d = count / 2; d > 0; d /= 2) {
@@ -228,25 +230,29 @@ class ScanTile {
         return total;
     }
 
-    GPU_DEVICE T scanSome(T* values, unsigned int count, T first) {
+    template <class Element>
+    GPU_DEVICE T scanSome(Element const* elements, T* values, unsigned int count, T first) {
         unsigned int blocks = 1;
         while (blocks * height * lanes < count) blocks *= 2;
         unsigned int const width = blocks * height * lanes;
         for (unsigned int i = count; i < width; ++i) values[i] = Operator::identity();
-        T total = scanRuns(values, blocks, first);
+        T total = scanRuns(elements, values, blocks, first);
         if (width < 2 * N) total = withMissing(total);
         values[count - 1] = total;
         return total;
     }
 
-    /// Scans the whole tree over so many blocks of rows, in which `first` stands for the first value.
-    template <class Element>
-    GPU_DEVICE T scanRuns(Element* values, unsigned int blocks, T first) {
+    /// Scans the values that fill so many blocks of rows, of which `first` takes the place of the first. They
+    /// are the elements or a copy; the reads of elements go along all runs at once, which the hardware does
+    /// not foresee.
+    template <class Element, class Value>
+    GPU_DEVICE T scanRuns(Element const* elements, Value* values, unsigned int blocks, T first) {
         unsigned int const runLength = blocks * height;
         Row rows[numBlocks][height];
         Row prefixes[numBlocks + 1];  // of the runs up to each block
         for (unsigned int b = 0; b < blocks; ++b) {
             Row block[height];
+            prefetchAfter(elements + b * height * lanes, height * lanes);
             Rows::load(block, values + b * height, runLength);
             if (b == 0) {
                 block[0] = Rows::shuffle(block[0], Rows::all(first),

@@ -57,6 +57,14 @@ GPU_DEVICE void prefetch(T const* from, unsigned int count) {
     }
 }
 
+/// Fetches what comes some steps after the `count` elements from `from` on, in a walk whose reads the
+/// hardware does not foresee well.
+template <class T>
+GPU_DEVICE void prefetchAfter(T const* from, unsigned int count) {
+    constexpr unsigned int bytesAhead = 8192;
+    prefetch(from + bytesAhead / sizeof(T), count);
+}
+
 /// A thread's place in a block.
 struct Thread {
     unsigned int x, y, z;
@@ -114,21 +122,27 @@ class Threads {
         forEach(count, f);
     }
 
-    /// Calls `f(t, i, row)` for every `i` in [`begin`, `end`), by the thread `t` = (`i` - `begin`) mod `N`
-    /// and in ascending order for each thread, whose calls are counted by `row` from 0; `N` is the block's
-    /// size. No barrier follows. Take `i` in 64 bits to index an array with it: of a sum of 32 bits the
-    /// compiler must fear that it wraps, and does not vectorise.
-    template <unsigned int N, class F>
-    GPU_DEVICE void walkRows(unsigned int begin, unsigned int end, F f) const {
+    /// Goes over the elements in [`begin`, `end`) of an array: calls `f(t, i, row)` for every index `i`, by
+    /// the thread `t` = (`i` - `begin`) mod `N` and in ascending order for each thread, whose calls are
+    /// counted by `row` from 0; `N` is the block's size. No barrier follows. Take `i` in 64 bits to index an
+    /// array with it: of a sum of 32 bits the compiler must fear that it wraps, and does not vectorise.
+    template <unsigned int N, class T, class F>
+    GPU_DEVICE void walkRows(T const* elements, unsigned int begin, unsigned int end, F f) const {
         unsigned long i = begin;
         unsigned int row = 0;
-        for (; i + 4 * N <= end; i += 4 * N, row += 4) {  // what a thread keeps stays in a register
+        // Four rows at a time, so that what a thread keeps stays in a register. What is fetched ahead is
+        // spread over the work: there is room for few lines on the way.
+        constexpr unsigned int few = 128 / sizeof(T) < N ? 128 / sizeof(T) : N;
+        for (; i + 4 * N <= end; i += 4 * N, row += 4) {
+            for (unsigned int first = 0; first < N; first += few) {
+                for (unsigned int r = 0; r < 4; ++r) prefetchAfter(elements + i + r * N + first, few);
 #pragma GCC ivdep
-            for (unsigned int t = 0; t < N; ++t) {
-                f(t, i + t, row);
-                f(t, i + t + N, row + 1);
-                f(t, i + t + 2 * N, row + 2);
-                f(t, i + t + 3 * N, row + 3);
+                for (unsigned int t = first; t < first + few; ++t) {
+                    f(t, i + t, row);
+                    f(t, i + t + N, row + 1);
+                    f(t, i + t + 2 * N, row + 2);
+                    f(t, i + t + 3 * N, row + 3);
+                }
             }
         }
         for (; i + N <= end; i += N, ++row) {
@@ -141,9 +155,9 @@ class Threads {
     }
 
     /// The same without the count.
-    template <unsigned int N, class F>
-    GPU_DEVICE void walk(unsigned int begin, unsigned int end, F f) const {
-        walkRows<N>(begin, end, [&](unsigned int t, unsigned long i, unsigned int) { f(t, i); });
+    template <unsigned int N, class T, class F>
+    GPU_DEVICE void walk(T const* elements, unsigned int begin, unsigned int end, F f) const {
+        walkRows<N>(elements, begin, end, [&](unsigned int t, unsigned long i, unsigned int) { f(t, i); });
     }
 
   private:

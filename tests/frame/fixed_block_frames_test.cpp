@@ -111,7 +111,7 @@ struct FoldPerThread {
         backend::PerThread<unsigned int, blockSize> value;
         block.threads.forEach([&](unsigned int t) { value[t] = block.blockSize + block.numBlocks; });
         block.threads.walk<blockSize>(
-            begin, end, [&](unsigned int t, unsigned int i) { value[t] = value[t] * 31 + in[i]; });
+            in, begin, end, [&](unsigned int t, unsigned int i) { value[t] = value[t] * 31 + in[i]; });
         block.threads.forEach([&](unsigned int t) { out[block.blockIndex * blockSize + t] = value[t]; });
     }
 };
