@@ -18,10 +18,15 @@ inline constexpr bool isGuarded = false;
 template <class Operator>
 inline constexpr bool isGuarded<Operator, std::enable_if_t<Operator::isGuarded>> = true;
 
-/// Whether `combine` is the sum of two integers held at the ends of their range.
+/// Whether `combine` is the sum, or the product, of two integers held at the ends of their range.
 template <class Operator, class = void>
 inline constexpr bool isSaturatingSum = false;
 template <class Operator>
-inline constexpr bool isSaturatingSum<Operator, std::enable_if_t<Operator::isSaturating>> = true;
+inline constexpr bool isSaturatingSum<Operator, std::enable_if_t<Operator::isSaturatingSum>> = true;
+
+template <class Operator, class = void>
+inline constexpr bool isSaturatingProduct = false;
+template <class Operator>
+inline constexpr bool isSaturatingProduct<Operator, std::enable_if_t<Operator::isSaturatingProduct>> = true;
 
 }  // namespace gpuruntime::backend

@@ -20,24 +20,27 @@ namespace gpuruntime::reductionoperators {
 
 namespace detail {
 
-/// `a` + `b`, held at the ends of the range. Narrow integers have vector minima and maxima: `b` is held
-/// within what `a` leaves of the range. Of wide ones the sum is taken and mended.
+/// `a` + `b`, held at the ends of the range. Where vectors have minima and maxima, `b` is held within what
+/// `a` leaves of the range; a wide sum is taken and mended.
 template <class T>
 GPU_DEVICE T saturatingSum(T a, T b) {
     using U = std::make_unsigned_t<T>;
     using Limits = std::numeric_limits<T>;
-    if constexpr (sizeof(T) < 8 && std::is_unsigned_v<T>) {
+    constexpr bool isWide = sizeof(T) == 8, isSigned = std::is_signed_v<T>;
+    if constexpr (!isWide && !isSigned) {
         T const most = static_cast<T>(Limits::max() - a);
         return static_cast<T>(a + (b < most ? b : most));
-    } else if constexpr (sizeof(T) < 8) {
+    } else if constexpr (!isWide && isSigned) {
         T const most = static_cast<T>(Limits::max() - (a > 0 ? a : T(0)));
         T const least = static_cast<T>(Limits::min() - (a < 0 ? a : T(0)));
         T const lowered = b < most ? b : most;
         return static_cast<T>(a + (lowered > least ? lowered : least));
+    } else if constexpr (isWide && !isSigned) {
+        T const sum = a + b;
+        return sum < a ? Limits::max() : sum;
     } else {
-        U const sum = static_cast<U>(a) + static_cast<U>(b);
-        if constexpr (std::is_unsigned_v<T>) return sum < a ? Limits::max() : sum;
         // It overflowed if the sum's sign is neither operand's.
+        U const sum = static_cast<U>(a) + static_cast<U>(b);
         T const overflow = static_cast<T>((static_cast<U>(a) ^ sum) & (static_cast<U>(b) ^ sum));
         T const bound = a < 0 ? Limits::min() : Limits::max();
         return overflow < 0 ? bound : static_cast<T>(sum);
@@ -117,7 +120,7 @@ struct Or {
 /// Real integers saturate; integer pairs wrap in each part; `bool` is a logical or.
 template <class T>
 struct Sum {
-    static constexpr bool isSaturating = std::is_integral_v<T>;
+    static constexpr bool isSaturatingSum = std::is_integral_v<T>;
 
     static GPU_DEVICE T identity() { return T{}; }
 
@@ -142,6 +145,10 @@ struct Sum<bool> : Or {};
 /// complex floating values keep infinities.
 template <class T>
 struct Prod {
+    static constexpr bool isGuarded = internal::isComplex<T> && std::is_floating_point_v<internal::Part<T>>;
+    static constexpr bool isSaturatingProduct =
+        std::is_integral_v<T> && !std::is_same_v<T, bool> && sizeof(T) < 8;
+
     static GPU_DEVICE T identity() {
         if constexpr (internal::isComplex<T>) {
             return {1, 0};
@@ -175,8 +182,6 @@ struct Prod {
     static GPU_DEVICE V combinePlainly(V a, V b) {
         return internal::plainProduct(a, b);
     }
-
-    static constexpr bool isGuarded = internal::isComplex<T> && std::is_floating_point_v<internal::Part<T>>;
 };
 
 namespace detail {

@@ -3,7 +3,6 @@
 #include <limits>
 #include <type_traits>
 
-#include "backend/operator_traits.hpp"
 #include "block_fold.hpp"
 #include "device.hpp"
 #include "frame/complex.hpp"
@@ -100,7 +99,11 @@ struct Survivors {
 
     GPU_DEVICE void take(unsigned int t, Held<Operator> value, unsigned int row) {
         bool const taken = Operator::supersedes(values[t], value);
-        values[t] = taken ? value : values[t];
+        if constexpr (std::is_integral_v<Held<Operator>>) {
+            values[t] = Operator::combine(values[t], value);  // the same, and quicker
+        } else {
+            values[t] = taken ? value : values[t];
+        }
         rows[t] = taken ? static_cast<Row>(row + 1) : rows[t];
     }
 };
@@ -126,9 +129,8 @@ struct SegmentedReduceKernel {
         backend::PerThread<detail::Held<Operator>, N> values;
         block.threads.forEach([&](unsigned int t) { values[t] = Operator::identity(); });
         block.threads.forEach(length, [&](unsigned int t) { values[t] = Transform::apply(elements[t]); });
-        block.threads.template walk<N>(elements, N, length, [&](unsigned int t, unsigned long i) {
-            values[t] = Operator::combine(values[t], Transform::apply(elements[i]));
-        });
+        backend::combineWalk<Operator>(block.threads, values, elements, N, length,
+                                       [&](unsigned long i) { return Transform::apply(elements[i]); });
         backend::foldBlock(
             block.threads, values, [](auto a, auto b) { return Operator::combine(a, b); },
             [&](auto result) { out[segment] = result; });
@@ -155,7 +157,7 @@ struct SegmentedReduceSmallKernel {
         backend::SegmentTile<N> const tile(block.threads, reductionLength);
         tile.load(
             numElements - begin,
-            [&](unsigned int slot, unsigned int, unsigned long i) {
+            [&](unsigned long slot, unsigned int, unsigned long i) {
                 sData[slot] = Transform::apply(elements[i]);
             },
             [&](unsigned int slot) { sData[slot] = Operator::identity(); });
@@ -188,21 +190,8 @@ struct StridedReduceKernel {
         for (unsigned int k = 1; k < reductionLength; ++k) {
             elements += stride;
             columns.prefetchAfter(elements);
-            if constexpr (backend::isGuarded<Operator>) {  // mostly no value of a row needs the branches
-                unsigned int numUnusual = 0;
-                block.threads.forEach(limit, [&](backend::Thread t) {
-                    numUnusual += !Operator::isPlain(values[t.x], Transform::apply(elements[t.x]));
-                });
-                if (numUnusual == 0) {
-                    block.threads.forEach(limit, [&](backend::Thread t) {
-                        values[t.x] = Operator::combinePlainly(values[t.x], Transform::apply(elements[t.x]));
-                    });
-                    continue;
-                }
-            }
-            block.threads.forEach(limit, [&](backend::Thread t) {
-                values[t.x] = Operator::combine(values[t.x], Transform::apply(elements[t.x]));
-            });
+            backend::combineEach<Operator>(block.threads, columns.count, values,
+                                           [&](unsigned long t) { return Transform::apply(elements[t]); });
         }
         block.threads.forEach(limit,
                               [&](backend::Thread t) { out[columns.firstResult + t.x] = values[t.x]; });
@@ -259,7 +248,7 @@ struct SegmentedIndexReduceKernel {
             sData[t] = survivors.values[t];
             sIdx[t] = positions[t];
         });
-        backend::foldHalves<N>(block.threads, [&](unsigned int into, unsigned int from) {
+        backend::foldHalves<N>(block.threads, length, [&](unsigned int into, unsigned int from) {
             bool const taken = detail::takesPlace<Operator>(sData[into], sIdx[into], sData[from], sIdx[from]);
             sData[into] = taken ? sData[from] : sData[into];
             sIdx[into] = taken ? sIdx[from] : sIdx[into];
@@ -292,7 +281,7 @@ struct SegmentedIndexReduceSmallKernel {
         backend::SegmentTile<N> const tile(block.threads, reductionLength);
         tile.load(
             numElements - begin,
-            [&](unsigned int slot, unsigned int x, unsigned long i) {
+            [&](unsigned long slot, unsigned int x, unsigned long i) {
                 sData[slot] = Transform::apply(elements[i]);
                 sIdx[slot] = x;
             },

@@ -27,6 +27,24 @@ GPU_DEVICE T shuffleDown(T const& value, unsigned int offset) {
 
 }  // namespace detail
 
+/// Combines the values of a block of `N` threads with what `value(i)` gives for the elements in [`begin`,
+/// `end`), which the threads take in turns and each in ascending order. No barrier follows.
+template <class Operator, class T, unsigned int N, class Element, class Value>
+GPU_DEVICE void combineWalk(Threads const& threads, PerThread<T, N>& values, Element const* elements,
+                            unsigned int begin, unsigned int end, Value value) {
+    threads.walk<N>(elements, begin, end, [&](unsigned int t, unsigned int i) {
+        values[t] = Operator::combine(values[t], value(i));
+    });
+}
+
+/// Combines the value of each thread `t` in the first row of a tile, as far as `limit` goes, with `value(t)`.
+/// No barrier follows.
+template <class Operator, class T, unsigned int N, class Value>
+GPU_DEVICE void combineEach(TileThreads const& threads, unsigned int limit, PerThread<T, N>& values,
+                            Value value) {
+    threads.forEach(dim3(limit), [&](Thread t) { values[t.x] = Operator::combine(values[t.x], value(t.x)); });
+}
+
 /// Folds the values of a block of `N` threads, one each, and gives the result to `store`, on one thread:
 /// first within each run of 32 threads, neighbours, then neighbouring pairs, and so on; then the results of
 /// the runs in their order. A block may do this once.
@@ -51,9 +69,10 @@ GPU_DEVICE void foldBlock(Threads const& threads, PerThread<T, N>& values, Combi
 }
 
 /// Calls `f(into, from)` for the slots of a block of `N` threads, to combine the second into the first, until
-/// slot 0 has taken them all: slots `N` / 2 apart first, then half as far, and so on.
+/// slot 0 has taken them all: slots `N` / 2 apart first, then half as far, and so on. Slots from `count` on
+/// would change nothing; here they take part.
 template <unsigned int N, class F>
-GPU_DEVICE void foldHalves(Threads const& threads, F f) {
+GPU_DEVICE void foldHalves(Threads const& threads, unsigned int /*count*/, F f) {
 #pragma unroll
     for (unsigned int distance = N / 2; distance > 0; distance /= 2) {
         threads.phase(distance, [&](unsigned int t) { f(t, t + distance); });

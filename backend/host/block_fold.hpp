@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstring>
 #include <type_traits>
 
 #include "backend/operator_traits.hpp"
@@ -36,6 +37,62 @@ GPU_DEVICE void forEachPlace(Constant<size>, F f) {
     }
 }
 
+namespace detail {
+
+/// Combines into the values of a group of threads, from thread `t` on, what `value(g)` gives for each.
+template <class Operator, class T, unsigned int N, class Value>
+GPU_DEVICE void combineGroup(PerThread<T, N>& values, unsigned long t, Value value) {
+    using Rows = LaneRows<sizeof(T)>;
+    T next[Rows::lanes];
+#pragma GCC ivdep
+#pragma GCC unroll 1
+    for (unsigned int g = 0; g < Rows::lanes; ++g) next[g] = value(g);
+    typename Rows::Row row;
+    std::memcpy(&row, &values[t], sizeof row);
+    row = Rows::template combine<Operator>(row, Rows::rowOf(next));
+    std::memcpy(&values[t], &row, sizeof row);
+}
+
+}  // namespace detail
+
+/// Combines the values of a block of `N` threads with what `value(i)` gives for the elements in [`begin`,
+/// `end`), which the threads take in turns and each in ascending order. No barrier follows.
+template <class Operator, class T, unsigned int N, class Element, class Value>
+GPU_DEVICE void combineWalk(Threads const& threads, PerThread<T, N>& values, Element const* elements,
+                            unsigned int begin, unsigned int end, Value value) {
+    using Rows = LaneRows<sizeof(T)>;
+    auto const single = [&](unsigned int t, unsigned long i, unsigned int) {
+        values[t] = Operator::combine(values[t], value(i));
+    };
+    if constexpr (Rows::template hasInstructions<Operator>) {
+        threads.walkGroups<N, Rows::lanes>(
+            elements, begin, end,
+            [&](unsigned int t, unsigned long i, unsigned int) {
+                detail::combineGroup<Operator>(values, t, [&](unsigned int g) { return value(i + g); });
+            },
+            single);
+    } else {
+        threads.walkRows<N>(elements, begin, end, single);
+    }
+}
+
+/// Combines the value of each thread `t` in the first row of a tile, as far as `limit` goes, with `value(t)`.
+/// No barrier follows.
+template <class Operator, class T, unsigned int N, class Value>
+GPU_DEVICE void combineEach(TileThreads const& threads, unsigned int limit, PerThread<T, N>& values,
+                            Value value) {
+    using Rows = LaneRows<sizeof(T)>;
+    unsigned long const end = std::min(limit, threads.sizeX());
+    unsigned long t = 0;  // of a sum of 32 bits the compiler would have to fear that it wraps
+    if constexpr (Rows::template hasInstructions<Operator>) {
+        for (; t + Rows::lanes <= end; t += Rows::lanes) {
+            detail::combineGroup<Operator>(values, t, [&](unsigned int g) { return value(t + g); });
+        }
+    }
+#pragma GCC ivdep
+    for (; t < end; ++t) values[t] = Operator::combine(values[t], value(t));
+}
+
 /// Folds the values of a block of `N` threads, one each, and gives the result to `store`, on one thread:
 /// first within each run of 32 threads, neighbours, then neighbouring pairs, and so on; then the results of
 /// the runs in their order. A block may do this once.
@@ -52,17 +109,26 @@ GPU_DEVICE void foldBlock(Threads const& /*threads*/, PerThread<T, N>& values, C
 }
 
 /// Calls `f(into, from)` for the slots of a block of `N` threads, to combine the second into the first, until
-/// slot 0 has taken them all: slots `N` / 2 apart first, then half as far, and so on.
+/// slot 0 has taken them all: slots `N` / 2 apart first, then half as far, and so on. Slots from `count` on
+/// would change nothing.
 template <unsigned int N, class F>
-GPU_DEVICE void foldHalves(Threads const& /*threads*/, F f) {
-    halving<N / 2, 1>(
-        [&](auto distance) { forEachPlace(distance, [&](unsigned int slot) { f(slot, slot + distance); }); });
+GPU_DEVICE void foldHalves(Threads const& /*threads*/, unsigned int count, F f) {
+    halving<N / 2, 1>([&](auto distance) {
+        if (count >= 2 * distance) {
+            forEachPlace(distance, [&](unsigned int slot) { f(slot, slot + distance); });
+        } else {
+#pragma GCC ivdep
+            for (unsigned int from = distance; from < count; ++from) f(from - distance, from);
+        }
+        count = std::min(count, unsigned{distance});
+    });
 }
 
 /// The rows of a tile of `N` threads as segments that lie one behind another, `length` elements each, an
-/// element a thread; a row of threads is at least as long as a segment. Each thread has a slot, whose number
-/// is the device's own choice: here the slots of a column of threads are neighbours, so that every step of a
-/// fold is one run over memory.
+/// element a thread; a row of threads is at least as long as a segment, and there are at least two. Each
+/// thread has a slot, whose number is the device's own choice: here the slots of a column of threads are
+/// neighbours, so that every step of a fold is one run over memory, but of two rows, which are long, each
+/// stays together.
 template <unsigned int N>
 class SegmentTile {
   public:
@@ -78,7 +144,7 @@ class SegmentTile {
 #pragma GCC ivdep
             for (unsigned int slot = 0; slot < N; ++slot) none(slot);
         }
-        if (whole > length) {
+        if (sizeY > 2 && whole > length) {
             for (unsigned int x = 0; x < length; ++x) {
 #pragma GCC ivdep
                 for (unsigned int y = 0; y < whole; ++y) element(x * sizeY + y, x, 1ul * y * length + x);
@@ -93,6 +159,13 @@ class SegmentTile {
     /// then half as far, and so on; a barrier follows each step.
     template <class F>
     GPU_DEVICE void fold(F f) const {
+        if (sizeY == 2) {
+            halving<N / 4, 1>([&](auto distance) {
+                forEachPlace(distance, [&](unsigned int slot) { f(slot, slot + distance); });
+                forEachPlace(distance, [&](unsigned int slot) { f(N / 2 + slot, N / 2 + slot + distance); });
+            });
+            return;
+        }
         halving<N / 2, 1>([&](auto distance) {
             if (distance < sizeY) return;
             forEachPlace(distance, [&](unsigned int slot) { f(slot, slot + distance); });
@@ -103,15 +176,22 @@ class SegmentTile {
     template <class F>
     GPU_DEVICE void forEachRow(unsigned int numRows, F f) const {
         unsigned int const end = std::min(numRows, sizeY);
+        unsigned int const distance = sizeY == 2 ? N / 2 : 1;
 #pragma GCC ivdep
-        for (unsigned int y = 0; y < end; ++y) f(y, y);
+        for (unsigned int y = 0; y < end; ++y) f(y, y * distance);
     }
 
   private:
     template <class Element>
     GPU_DEVICE void loadRow(unsigned int y, unsigned int numElements, Element element) const {
+        unsigned long const begin = 1ul * y * length;
+        if (sizeY == 2) {
 #pragma GCC ivdep
-        for (unsigned int x = 0; x < numElements; ++x) element(x * sizeY + y, x, 1ul * y * length + x);
+            for (unsigned long x = 0; x < numElements; ++x) element(y * (N / 2) + x, x, begin + x);
+        } else {
+#pragma GCC ivdep
+            for (unsigned int x = 0; x < numElements; ++x) element(x * sizeY + y, x, begin + x);
+        }
     }
 
     unsigned int sizeY, length;
@@ -153,7 +233,8 @@ class ScanTile {
     }
 
   private:
-    using Rows = LaneRows<sizeof(T)>;
+    /// A square of single bytes fills half a vector, and there are no more rows to a tile.
+    using Rows = LaneRows<sizeof(T), sizeof(T) == 1 ? 16 : 32>;
     using Row = typename Rows::Row;
     static constexpr unsigned int lanes = Rows::lanes;
 

@@ -128,16 +128,25 @@ class Threads {
     /// array with it: of a sum of 32 bits the compiler must fear that it wraps, and does not vectorise.
     template <unsigned int N, class T, class F>
     GPU_DEVICE void walkRows(T const* elements, unsigned int begin, unsigned int end, F f) const {
-        unsigned long i = begin;
-        unsigned int row = 0;
+        walkGroups<N, 1>(elements, begin, end, f, f);
+    }
+
+    /// The same by groups of so many threads, of which `f` gets the first, as far as they are whole; `single`
+    /// gets the threads of the last group.
+    template <unsigned int N, unsigned int group, class T, class F, class Single>
+    GPU_DEVICE void walkGroups(T const* elements, unsigned int begin, unsigned int end, F f,
+                               Single single) const {
         // Four rows at a time, so that what a thread keeps stays in a register. What is fetched ahead is
         // spread over the work: there is room for few lines on the way.
         constexpr unsigned int few = 128 / sizeof(T) < N ? 128 / sizeof(T) : N;
+        static_assert(few % group == 0);
+        unsigned long i = begin;
+        unsigned int row = 0;
         for (; i + 4 * N <= end; i += 4 * N, row += 4) {
             for (unsigned int first = 0; first < N; first += few) {
                 for (unsigned int r = 0; r < 4; ++r) prefetchAfter(elements + i + r * N + first, few);
 #pragma GCC ivdep
-                for (unsigned int t = first; t < first + few; ++t) {
+                for (unsigned int t = first; t < first + few; t += group) {
                     f(t, i + t, row);
                     f(t, i + t + N, row + 1);
                     f(t, i + t + 2 * N, row + 2);
@@ -147,11 +156,15 @@ class Threads {
         }
         for (; i + N <= end; i += N, ++row) {
 #pragma GCC ivdep
-            for (unsigned int t = 0; t < N; ++t) f(t, i + t, row);
+            for (unsigned int t = 0; t < N; t += group) f(t, i + t, row);
         }
         unsigned int const left = i < end ? end - static_cast<unsigned int>(i) : 0;
+        unsigned int const whole = left - left % group;
 #pragma GCC ivdep
-        for (unsigned int t = 0; t < left; ++t) f(t, i + t, row);
+        for (unsigned int t = 0; t < whole; t += group) f(t, i + t, row);
+        if constexpr (group > 1) {
+            for (unsigned int t = whole; t < left; ++t) single(t, i + t, row);
+        }
     }
 
     /// The same without the count.

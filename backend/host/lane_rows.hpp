@@ -9,6 +9,7 @@
 
 #include "backend/operator_traits.hpp"
 #include "device.hpp"
+#include "saturating_lanes.hpp"
 
 /// Matrices of which a row is a machine vector, for steps that do the same to many runs of an array at once:
 /// a lane belongs to a run, and row `j` holds the `j`-th element of each.
@@ -24,22 +25,29 @@ GPU_DEVICE void unrolled(F f) {
     }
 }
 
-/// Rows of elements of `size` bytes, a power of two up to 16.
-template <unsigned int size>
+/// Rows of elements of `size` bytes, a power of two up to 16, in vectors of `rowSize` bytes.
+template <unsigned int size, unsigned int rowSize = 32>
 struct LaneRows {
+    static_assert(rowSize == 32 || rowSize == 16);
+
     using Word =
         std::conditional_t<size == 1, unsigned char,
                            std::conditional_t<size == 2, unsigned short,
                                               std::conditional_t<size == 4, unsigned int, unsigned long>>>;
 
-    /// Bytes of a row. A square of single bytes fills half a vector, and there are no more rows to a tile.
-    static constexpr unsigned int rowSize = size == 1 ? 16 : 32;
     static constexpr unsigned int lanes = rowSize / size;
 
     /// Rows of a square of elements, of which a half of a row holds one side.
     static constexpr unsigned int side = 16 / size;
 
     using Row [[gnu::vector_size(rowSize)]] = Word;
+
+    template <class T>
+    static GPU_DEVICE Row rowOf(T const (&elements)[lanes]) {
+        Row row;
+        std::memcpy(&row, elements, sizeof row);
+        return row;
+    }
 
     template <class T>
     static GPU_DEVICE Row all(T value) {
@@ -61,16 +69,26 @@ struct LaneRows {
         return shuffleWords(a, b, from, std::make_index_sequence<rowSize / sizeof(Word)>{});
     }
 
+    /// Whether `combine` goes other ways than a loop over the lanes, which it is worth to take for others
+    /// too.
+    template <class Operator>
+    static constexpr bool hasInstructions = isGuarded<Operator> || isSaturatingProduct<Operator> ||
+                                            (isSaturatingSum<Operator> && size <= 2);
+
     /// The operator's combinations, lane by lane.
     template <class Operator>
     static GPU_DEVICE Row combine(Row a, Row b) {
         using T = decltype(Operator::identity());
-        if constexpr (isSaturatingSum<Operator> && size <= 2) return saturatingSum<T>(a, b);
-        if constexpr (isGuarded<Operator>) {
+        if constexpr (!hasInstructions<Operator>) {
+            return combineEach<Operator>(a, b);
+        } else if constexpr (isGuarded<Operator>) {
             Row result;
             return combinePlainly<Operator>(a, b, result) ? result : combineWithBranches<Operator>(a, b);
+        } else if constexpr (isSaturatingSum<Operator>) {
+            return fromVector(saturatingSum<T>(toVector(a), toVector(b)));
+        } else {
+            return fromVector(saturatingProduct<T>(toVector(a), toVector(b)));
         }
-        return combineEach<Operator>(a, b);
     }
 
     /// Reads `height` elements of each run, from `runs` on, the runs being `runLength` apart.
@@ -104,13 +122,6 @@ struct LaneRows {
     }
 
   private:
-    template <class T>
-    static GPU_DEVICE Row rowOf(T const (&elements)[lanes]) {
-        Row row;
-        std::memcpy(&row, elements, sizeof row);
-        return row;
-    }
-
     template <class Operator>
     static GPU_DEVICE Row combineEach(Row a, Row b) {
         using T = decltype(Operator::identity());
@@ -129,16 +140,19 @@ struct LaneRows {
         return combineEach<Operator>(a, b);
     }
 
-    /// By the machine's own instructions.
-    template <class T>
-    static GPU_DEVICE Row saturatingSum(Row a, Row b) {
-        if constexpr (size == 1) {
-            auto const x = reinterpret_cast<__m128i>(a), y = reinterpret_cast<__m128i>(b);
-            return reinterpret_cast<Row>(std::is_signed_v<T> ? _mm_adds_epi8(x, y) : _mm_adds_epu8(x, y));
+    static GPU_DEVICE __m256i toVector(Row row) {
+        if constexpr (rowSize == 16) {
+            return _mm256_castsi128_si256(reinterpret_cast<__m128i>(row));
         } else {
-            auto const x = reinterpret_cast<__m256i>(a), y = reinterpret_cast<__m256i>(b);
-            return reinterpret_cast<Row>(std::is_signed_v<T> ? _mm256_adds_epi16(x, y)
-                                                             : _mm256_adds_epu16(x, y));
+            return reinterpret_cast<__m256i>(row);
+        }
+    }
+
+    static GPU_DEVICE Row fromVector(__m256i vector) {
+        if constexpr (rowSize == 16) {
+            return reinterpret_cast<Row>(_mm256_castsi256_si128(vector));
+        } else {
+            return reinterpret_cast<Row>(vector);
         }
     }
 
