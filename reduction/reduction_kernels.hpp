@@ -29,8 +29,9 @@ namespace detail {
 template <class Operator>
 using Held = decltype(Operator::identity());
 
+/// The position of an element in its segment, beside the value.
 template <class Operator>
-using Position = std::conditional_t<sizeof(Held<Operator>) == 8, long, unsigned int>;
+using Position = backend::PositionBeside<Held<Operator>>;
 
 /// The part of `reductionLength` elements that the array still has from `begin` on.
 GPU_DEVICE unsigned int segmentLength(unsigned int begin, unsigned int reductionLength,
@@ -126,6 +127,7 @@ struct SegmentedReduceKernel {
         unsigned int const length = detail::segmentLength(begin, reductionLength, numElements);
         TIn const* const elements = in + begin;
 
+        backend::prefetchAfter(elements, length < N ? length : N);
         backend::PerThread<detail::Held<Operator>, N> values;
         block.threads.forEach([&](unsigned int t) { values[t] = Operator::identity(); });
         block.threads.forEach(length, [&](unsigned int t) { values[t] = Transform::apply(elements[t]); });
@@ -155,15 +157,15 @@ struct SegmentedReduceSmallKernel {
 
         GPU_SHARED detail::Held<Operator> sData[N];
         backend::SegmentTile<N> const tile(block.threads, reductionLength);
+        backend::prefetchAfter(elements, block.threads.sizeY() * reductionLength);
         tile.load(
             numElements - begin,
             [&](unsigned long slot, unsigned int, unsigned long i) {
                 sData[slot] = Transform::apply(elements[i]);
             },
             [&](unsigned int slot) { sData[slot] = Operator::identity(); });
-        tile.fold([&](unsigned int into, unsigned int from) {
-            sData[into] = Operator::combine(sData[into], sData[from]);
-        });
+        tile.fold([&](unsigned long into, unsigned long from)
+                      GPU_INLINE { sData[into] = Operator::combine(sData[into], sData[from]); });
         tile.forEachRow(block.ny - static_cast<unsigned int>(first),
                         [&](unsigned int row, unsigned int slot) { out[first + row] = sData[slot]; });
     }
@@ -216,6 +218,7 @@ struct SegmentedIndexReduceKernel {
         unsigned int const length = detail::segmentLength(begin, reductionLength, numElements);
         TIn const* const elements = in + begin;
 
+        backend::prefetchAfter(elements, length < N ? length : N);
         using Survivors = detail::Survivors<Operator, N>;
         Survivors survivors;
         backend::PerThread<unsigned int, N> positions;
@@ -248,7 +251,7 @@ struct SegmentedIndexReduceKernel {
             sData[t] = survivors.values[t];
             sIdx[t] = positions[t];
         });
-        backend::foldHalves<N>(block.threads, length, [&](unsigned int into, unsigned int from) {
+        backend::foldHalves<N>(block.threads, length, [&](unsigned long into, unsigned long from) GPU_INLINE {
             bool const taken = detail::takesPlace<Operator>(sData[into], sIdx[into], sData[from], sIdx[from]);
             sData[into] = taken ? sData[from] : sData[into];
             sIdx[into] = taken ? sIdx[from] : sIdx[into];
@@ -279,6 +282,7 @@ struct SegmentedIndexReduceSmallKernel {
         GPU_SHARED detail::Held<Operator> sData[N];
         GPU_SHARED detail::Position<Operator> sIdx[N];
         backend::SegmentTile<N> const tile(block.threads, reductionLength);
+        backend::prefetchAfter(elements, block.threads.sizeY() * reductionLength);
         tile.load(
             numElements - begin,
             [&](unsigned long slot, unsigned int x, unsigned long i) {
@@ -289,7 +293,7 @@ struct SegmentedIndexReduceSmallKernel {
                 sData[slot] = Operator::identity();
                 sIdx[slot] = reductionLength;
             });
-        tile.fold([&](unsigned int into, unsigned int from) {
+        tile.fold([&](unsigned long into, unsigned long from) GPU_INLINE {
             bool const taken = detail::takesPlace<Operator>(sData[into], sIdx[into], sData[from], sIdx[from]);
             sData[into] = taken ? sData[from] : sData[into];
             sIdx[into] = taken ? sIdx[from] : sIdx[into];

@@ -68,6 +68,10 @@ GPU_DEVICE void foldBlock(Threads const& threads, PerThread<T, N>& values, Combi
     });
 }
 
+/// Holds a position of 32 bits beside a value.
+template <class T>
+using PositionBeside = unsigned int;
+
 /// Calls `f(into, from)` for the slots of a block of `N` threads, to combine the second into the first, until
 /// slot 0 has taken them all: slots `N` / 2 apart first, then half as far, and so on. Slots from `count` on
 /// would change nothing; here they take part.

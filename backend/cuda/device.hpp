@@ -10,6 +10,9 @@
 #define GPU_DEVICE_CALL __device__ __noinline__
 #define GPU_SHARED __shared__
 
+/// After the parameters of a lambda that must not be called out of line; here none is.
+#define GPU_INLINE
+
 /// Before a loop of few passes, known at build time: one copy of the body for each.
 #define GPU_UNROLL _Pragma("unroll")
 
@@ -37,6 +40,8 @@ GPU_DEVICE unsigned int closeBlocksY() { return 1; }
 
 template <class T>
 GPU_DEVICE void prefetch(T const*, unsigned int) {}
+template <class T>
+GPU_DEVICE void prefetchAfter(T const*, unsigned int) {}
 
 /// A thread's place in a block.
 struct Thread {

@@ -108,20 +108,21 @@ GPU_DEVICE void foldBlock(Threads const& /*threads*/, PerThread<T, N>& values, C
     store(result);
 }
 
+/// Holds a position of 32 bits beside a value: here as wide as the value where that is wider, so that loops
+/// over both vectorise well.
+template <class T>
+using PositionBeside = std::conditional_t<sizeof(T) == 8, long, unsigned int>;
+
 /// Calls `f(into, from)` for the slots of a block of `N` threads, to combine the second into the first, until
 /// slot 0 has taken them all: slots `N` / 2 apart first, then half as far, and so on. Slots from `count` on
 /// would change nothing.
 template <unsigned int N, class F>
 GPU_DEVICE void foldHalves(Threads const& /*threads*/, unsigned int count, F f) {
-    halving<N / 2, 1>([&](auto distance) {
-        if (count >= 2 * distance) {
-            forEachPlace(distance, [&](unsigned int slot) { f(slot, slot + distance); });
-        } else {
+    unsigned int const end = std::min(count, N);
 #pragma GCC ivdep
-            for (unsigned int from = distance; from < count; ++from) f(from - distance, from);
-        }
-        count = std::min(count, unsigned{distance});
-    });
+    for (unsigned long from = N / 2; from < end; ++from) f(from - N / 2, from);
+    halving<N / 4, 1>(
+        [&](auto distance) { forEachPlace(distance, [&](unsigned int slot) { f(slot, slot + distance); }); });
 }
 
 /// The rows of a tile of `N` threads as segments that lie one behind another, `length` elements each, an
@@ -133,7 +134,7 @@ template <unsigned int N>
 class SegmentTile {
   public:
     GPU_DEVICE SegmentTile(TileThreads const& threads, unsigned int length)
-        : sizeY(threads.sizeY()), length(length) {}
+        : sizeY(threads.sizeY()), length(length), numRuns(sizeY == 2 ? 2 : 1) {}
 
     /// Calls `element(slot, x, i)` for the thread `x` of each row that has an element, the `i`-th of the
     /// `count` that the tile has, and `none(slot)` for the others; a barrier follows.
@@ -144,7 +145,7 @@ class SegmentTile {
 #pragma GCC ivdep
             for (unsigned int slot = 0; slot < N; ++slot) none(slot);
         }
-        if (sizeY > 2 && whole > length) {
+        if (numRuns == 1 && whole > length) {
             for (unsigned int x = 0; x < length; ++x) {
 #pragma GCC ivdep
                 for (unsigned int y = 0; y < whole; ++y) element(x * sizeY + y, x, 1ul * y * length + x);
@@ -159,16 +160,13 @@ class SegmentTile {
     /// then half as far, and so on; a barrier follows each step.
     template <class F>
     GPU_DEVICE void fold(F f) const {
-        if (sizeY == 2) {
-            halving<N / 4, 1>([&](auto distance) {
-                forEachPlace(distance, [&](unsigned int slot) { f(slot, slot + distance); });
-                forEachPlace(distance, [&](unsigned int slot) { f(N / 2 + slot, N / 2 + slot + distance); });
-            });
-            return;
-        }
+        unsigned int const longest = N / 2 / numRuns, shortest = numRuns == 1 ? sizeY : 1;
         halving<N / 2, 1>([&](auto distance) {
-            if (distance < sizeY) return;
-            forEachPlace(distance, [&](unsigned int slot) { f(slot, slot + distance); });
+            if (distance > longest || distance < shortest) return;
+            for (unsigned int run = 0; run < numRuns; ++run) {
+                unsigned long const first = run * (N / 2);  // of 32 bits the sums below might wrap
+                forEachPlace(distance, [&](unsigned int slot) { f(first + slot, first + slot + distance); });
+            }
         });
     }
 
@@ -176,7 +174,7 @@ class SegmentTile {
     template <class F>
     GPU_DEVICE void forEachRow(unsigned int numRows, F f) const {
         unsigned int const end = std::min(numRows, sizeY);
-        unsigned int const distance = sizeY == 2 ? N / 2 : 1;
+        unsigned int const distance = numRuns == 1 ? 1 : N / 2;
 #pragma GCC ivdep
         for (unsigned int y = 0; y < end; ++y) f(y, y * distance);
     }
@@ -185,7 +183,7 @@ class SegmentTile {
     template <class Element>
     GPU_DEVICE void loadRow(unsigned int y, unsigned int numElements, Element element) const {
         unsigned long const begin = 1ul * y * length;
-        if (sizeY == 2) {
+        if (numRuns == 2) {
 #pragma GCC ivdep
             for (unsigned long x = 0; x < numElements; ++x) element(y * (N / 2) + x, x, begin + x);
         } else {
@@ -195,6 +193,7 @@ class SegmentTile {
     }
 
     unsigned int sizeY, length;
+    unsigned int numRuns;  // over which the slots are folded, one behind another
 };
 
 /// A tile of up to `2N` elements that the `N` threads of a block scan: a tree of combinations is built up and

@@ -14,6 +14,9 @@
 #define GPU_DEVICE_CALL inline
 #define GPU_SHARED
 
+/// After the parameters of a lambda that several loops call: with it out of line they would not vectorise.
+#define GPU_INLINE __attribute__((always_inline))
+
 /// Before a loop of few passes, known at build time: one copy of the body for each.
 #define GPU_UNROLL _Pragma("GCC unroll 32")
 
@@ -155,6 +158,7 @@ class Threads {
             }
         }
         for (; i + N <= end; i += N, ++row) {
+            prefetchAfter(elements + i, N);
 #pragma GCC ivdep
             for (unsigned int t = 0; t < N; t += group) f(t, i + t, row);
         }
