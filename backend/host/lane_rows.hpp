@@ -49,6 +49,7 @@ struct LaneRows {
         return row;
     }
 
+    /// `value` in every lane.
     template <class T>
     static GPU_DEVICE Row all(T value) {
         T elements[lanes];
@@ -69,11 +70,11 @@ struct LaneRows {
         return shuffleWords(a, b, from, std::make_index_sequence<rowSize / sizeof(Word)>{});
     }
 
-    /// Whether `combine` goes other ways than a loop over the lanes, which it is worth to take for others
-    /// too.
+    /// Whether `combine` goes other ways than a loop over the lanes; then other loops gain from rows too.
     template <class Operator>
     static constexpr bool hasInstructions = isGuarded<Operator> || isSaturatingProduct<Operator> ||
-                                            (isSaturatingSum<Operator> && size <= 2);
+                                            (isSaturatingSum<Operator> &&
+                                             hasSaturatingSum<decltype(Operator::identity())>);
 
     /// The operator's combinations, lane by lane.
     template <class Operator>
@@ -135,6 +136,7 @@ struct LaneRows {
         return rowOf(result);
     }
 
+    /// Out of line: few rows come here.
     template <class Operator>
     static __attribute__((noinline)) Row combineWithBranches(Row a, Row b) {
         return combineEach<Operator>(a, b);
