@@ -215,6 +215,7 @@ class ScanTile {
         static_assert(sizeof(Element) == sizeof(T));
         Element const firstElement = elements[0];
         T const first = isFirst ? T(firstElement) : Operator::combine(carry, firstElement);
+        if (count == 1) return elements[0] = withMissing(first);
         T total;
         if (scanInSequence(elements, count, first, total)) {
         } else if (count == 2 * N) {
@@ -227,7 +228,7 @@ class ScanTile {
 #pragma GCC ivdep
             for (unsigned int i = 0; i < count; ++i) elements[i] = values[i];
         }
-        if (isFirst && count > 1) elements[0] = firstElement;
+        if (isFirst) elements[0] = firstElement;
         return total;
     }
 
