@@ -208,7 +208,7 @@ class ScanTile {
 
     /// Turns the first `count` of the elements, at least 1 and at most `2N`, into their inclusive scan, which
     /// `carry` enters through the first. Where the tile `isFirst` of a segment there is no carry, and the
-    /// first element is not written. Returns the combination of all.
+    /// first of several elements stays as it is. Returns the combination of all.
     template <class Element>
     GPU_DEVICE T scan(Threads const& /*threads*/, Element* elements, unsigned int count, bool isFirst,
                       T carry) {
@@ -217,17 +217,7 @@ class ScanTile {
         T const first = isFirst ? T(firstElement) : Operator::combine(carry, firstElement);
         if (count == 1) return elements[0] = withMissing(first);
         T total;
-        if (scanInSequence(elements, count, first, total)) {
-        } else if (count == 2 * N) {
-            total = scanRuns(elements, elements, numBlocks, first);
-        } else {
-            alignas(32) T values[2 * N];
-#pragma GCC ivdep
-            for (unsigned int i = 0; i < count; ++i) values[i] = elements[i];
-            total = count <= few ? scanFew(values, count, first) : scanSome(elements, values, count, first);
-#pragma GCC ivdep
-            for (unsigned int i = 0; i < count; ++i) elements[i] = values[i];
-        }
+        if (!scanInSequence(elements, count, first, total)) total = scanTree(elements, count, first);
         if (isFirst) elements[0] = firstElement;
         return total;
     }
@@ -245,12 +235,15 @@ class ScanTile {
     /// So few values are scanned by themselves.
     static constexpr unsigned int few = 8;
 
+    static GPU_DEVICE Row combineRows(Row a, Row b) { return Rows::template combine<Operator>(a, b); }
+
     /// Builds up the tree over `count` nodes, a power of two, in place.
     template <class Node, class Combine>
     static GPU_DEVICE void buildUp(Node* nodes, unsigned int count, Combine combine) {
         for (unsigned int d = 1; d < count; d *= 2) {
-            for (unsigned int i = 2 * d - 1; i < count; i += 2 * d)
+            for (unsigned int i = 2 * d - 1; i < count; i += 2 * d) {
                 nodes[i] = combine(nodes[i - d], nodes[i]);
+            }
         }
     }
 
@@ -265,8 +258,6 @@ class ScanTile {
             }
         }
     }
-
-    static GPU_DEVICE Row combineRows(Row a, Row b) { return Rows::template combine<Operator>(a, b); }
 
     /// The same in registers.
     template <unsigned int d = 1>
@@ -295,6 +286,19 @@ class ScanTile {
 
     /// The missing half of a wider tree would bring in the identity. That changes nothing again.
     static GPU_DEVICE T withMissing(T total) { return Operator::combine(total, Operator::identity()); }
+
+    template <class Element>
+    GPU_DEVICE T scanTree(Element* elements, unsigned int count, T first) {
+        if (count == 2 * N) return scanRuns(elements, elements, numBlocks, first);
+        alignas(32) T values[2 * N];
+#pragma GCC ivdep
+        for (unsigned int i = 0; i < count; ++i) values[i] = elements[i];
+        T const total =
+            count <= few ? scanFew(values, count, first) : scanSome(elements, values, count, first);
+#pragma GCC ivdep
+        for (unsigned int i = 0; i < count; ++i) elements[i] = values[i];
+        return total;
+    }
 
     static GPU_DEVICE T scanFew(T* values, unsigned int count, T first) {
         unsigned int width = 1;

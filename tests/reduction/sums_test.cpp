@@ -1,5 +1,8 @@
 #include <gpuruntime/reductions.hpp>
 
+#include <cmath>
+#include <limits>
+
 #include "tests/reduction/shapes.hpp"
 #include "tests/support/device_array.hpp"
 
@@ -68,6 +71,57 @@ TYPED_TEST(SumsAndProducts, ProdNativeEqualsTheReference) {
 
 TYPED_TEST(SumsAndProducts, ProdAsDoubleEqualsTheReference) {
     expectReference<ProdAsDouble, detail::AsDouble<TypeParam>, TypeParam, reference::Prod>();
+}
+
+template <class T>
+class Saturation : public ::testing::Test {};
+using Integers = ::testing::Types<signed char, unsigned char, short, unsigned short, int, unsigned int, long,
+                                  unsigned long>;
+TYPED_TEST_SUITE(Saturation, Integers);
+
+/// The powers of two, the roots of those between, and the ends of the range, each with its neighbours and of
+/// both signs.
+template <class T>
+Elements<T> integersAroundBounds() {
+    using Limits = std::numeric_limits<T>;
+    Elements<T> values{Limits::min(), Limits::max(), T(0)};
+    for (int bit = 0; bit < Limits::digits; ++bit) {
+        auto const power = 1ul << bit;
+        auto const root = static_cast<unsigned long>(std::sqrt(2.0 * static_cast<double>(power)));
+        for (unsigned long value : {power - 1, power, power + 1, root, root + 1}) {
+            values.push_back(static_cast<T>(value));
+            values.push_back(static_cast<T>(-value));
+        }
+    }
+    return values;
+}
+
+/// Columns of two elements, one for each pair, so that each result is one combination.
+template <class Family, class T, template <class> class Operator>
+void expectPairsCombine() {
+    Elements<T> const values = integersAroundBounds<T>();
+    Elements<T> first, second, expected;
+    for (T a : values) {
+        for (T b : values) {
+            first.push_back(a);
+            second.push_back(b);
+            expected.push_back(Operator<T>::combine(a, b));
+        }
+    }
+    unsigned long const columns = first.size();
+    first.insert(first.end(), second.begin(), second.end());
+    DeviceArray<T> in(first), out(columns);
+    ASSERT_EQ(cudaSuccess, typename Family::template Invoker<T>()(nullptr, out.data(), in.data(),
+                                                                  first.size(), 2, columns, true));
+    expectSameValues(expected, out.values());
+}
+
+TYPED_TEST(Saturation, OfSumsBeginsAtTheEndsOfTheRange) {
+    expectPairsCombine<SumNative, TypeParam, reference::Sum>();
+}
+
+TYPED_TEST(Saturation, OfProductsBeginsAtTheEndsOfTheRange) {
+    expectPairsCombine<ProdNative, TypeParam, reference::Prod>();
 }
 
 }  // namespace
