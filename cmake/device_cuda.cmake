@@ -11,6 +11,7 @@ set(CMAKE_BUILD_RPATH ${CUDAToolkit_LIBRARY_DIR})
 
 set(kvgpuruntime_backend_sources)
 set(kvgpuruntime_runtime_headers)
+set(kvgpuruntime_runtime_exports)
 
 add_library(kvgpuruntime_device INTERFACE)
 target_include_directories(kvgpuruntime_device INTERFACE

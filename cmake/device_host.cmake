@@ -3,27 +3,14 @@
 find_package(TBB REQUIRED)
 find_package(hwy REQUIRED)
 
-set(kvgpuruntime_backend_sources
-    backend/host/control.cpp
-    backend/host/device.cpp
-    backend/host/launch.cpp
-    backend/host/memory.cpp
-    backend/host/sort.cpp
-)
+include(cmake/host_runtime.cmake)
 
-# The part of the CUDA runtime's interface that this device stands in for, under the runtime's own header names.
-set(kvgpuruntime_runtime_headers
-    backend/host/cuda_runtime.h
-    backend/host/cuda_runtime_api.h
-    backend/host/driver_types.h
-    backend/host/host_device.hpp
-    backend/host/vector_functions.h
-    backend/host/vector_types.h
-)
+set(kvgpuruntime_backend_sources ${host_runtime_sources} backend/host/blocks.cpp backend/host/sort.cpp)
 
 add_library(kvgpuruntime_device INTERFACE)
 target_include_directories(kvgpuruntime_device INTERFACE
-    ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/backend/host ${PROJECT_SOURCE_DIR})
+    ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/backend/host ${PROJECT_SOURCE_DIR}/backend/runtime
+    ${PROJECT_SOURCE_DIR})
 # Every fused operation is written as one, so that both devices round alike. Nobody reads floating-point exception flags
 # or errno: without that freedom hardly a loop over phases vectorises; no value depends on it. Nor do selects vectorise well
 # once jump threading has cut them into branches, and loops over a tile must stay as they are: most are far too short for
@@ -47,13 +34,4 @@ endif()
 
 # Units are compiled as what they are, C++.
 function(kvgpu_device_language)
-endfunction()
-
-# What a user of `target` needs of the device: the runtime's headers, which the library brings itself.
-set(kvgpuruntime_pc_cflags -I\${includedir}/kvgpuruntime-host)
-set(kvgpuruntime_pc_libs)
-function(kvgpu_device_interface target)
-    target_include_directories(${target} PUBLIC
-        $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/backend/host>
-        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kvgpuruntime-host>)
 endfunction()

@@ -8,7 +8,7 @@ set(pkg_config_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 target_include_directories(kvgpuruntime PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 install(TARGETS kvgpuruntime EXPORT kvgpuruntimeTargets)
-install(DIRECTORY include/gpuruntime DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/gpuruntime)
 install(FILES ${kvgpuruntime_runtime_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvgpuruntime-host)
 
 install(EXPORT kvgpuruntimeTargets NAMESPACE kvgpuruntime:: DESTINATION ${package_dir})

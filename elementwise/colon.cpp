@@ -68,11 +68,11 @@ void IntColon::Invoker<T>::operator()(CUstream_st* stream, unsigned long n, T* o
 }
 
 void _forceInstantiation_(detail::Opaque& opaque, Colon*) {
-    internal::instantiate<Colon>(opaque, internal::RealNumeric{});
+    internal::instantiate<Colon>(opaque, internal::ConvertedReal{});
 }
 
 void _forceInstantiation_(detail::Opaque& opaque, IntColon*) {
-    internal::instantiate<IntColon>(opaque, internal::RealNumeric{});
+    internal::instantiate<IntColon>(opaque, internal::ConvertedReal{});
 }
 
 }  // namespace gpuruntime

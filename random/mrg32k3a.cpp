@@ -11,7 +11,7 @@ void _forceInstantiation_(detail::Opaque& opaque, Rand<MRG32K3AGenerator>*) {
 }
 
 void _forceInstantiation_(detail::Opaque& opaque, RandI<MRG32K3AGenerator>*) {
-    internal::instantiate<RandI<MRG32K3AGenerator>>(opaque, internal::RealNumeric{});
+    internal::instantiate<RandI<MRG32K3AGenerator>>(opaque, internal::ConvertedReal{});
 }
 
 void _forceInstantiation_(detail::Opaque& opaque, RandNInversion<MRG32K3AGenerator>*) {

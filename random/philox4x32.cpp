@@ -11,7 +11,7 @@ void _forceInstantiation_(detail::Opaque& opaque, Rand<Philox4x32Generator>*) {
 }
 
 void _forceInstantiation_(detail::Opaque& opaque, RandI<Philox4x32Generator>*) {
-    internal::instantiate<RandI<Philox4x32Generator>>(opaque, internal::RealNumeric{});
+    internal::instantiate<RandI<Philox4x32Generator>>(opaque, internal::ConvertedReal{});
 }
 
 void _forceInstantiation_(detail::Opaque& opaque, RandNInversion<Philox4x32Generator>*) {

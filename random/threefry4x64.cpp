@@ -11,7 +11,7 @@ void _forceInstantiation_(detail::Opaque& opaque, Rand<ThreeFry4x64Generator>*) 
 }
 
 void _forceInstantiation_(detail::Opaque& opaque, RandI<ThreeFry4x64Generator>*) {
-    internal::instantiate<RandI<ThreeFry4x64Generator>>(opaque, internal::RealNumeric{});
+    internal::instantiate<RandI<ThreeFry4x64Generator>>(opaque, internal::ConvertedReal{});
 }
 
 void _forceInstantiation_(detail::Opaque& opaque, RandNInversion<ThreeFry4x64Generator>*) {

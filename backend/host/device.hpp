@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "blocks.hpp"
 #include "kernel.hpp"
 
 /// Markers of device code, and the threads of the running block. On this device a block's program runs on one
@@ -34,19 +35,17 @@
 
 namespace gpuruntime::backend {
 
-GPU_DEVICE uint3 blockIndex() { return hostdevice::currentBlock.index; }
+GPU_DEVICE uint3 blockIndex() { return currentBlock.index; }
 
-GPU_DEVICE dim3 gridSize() { return hostdevice::currentBlock.grid; }
+GPU_DEVICE dim3 gridSize() { return currentBlock.grid; }
 
 /// The barrier between two programs of one block; phases carry their own.
 GPU_DEVICE void blockBarrier() {}
 
 /// Neighbouring blocks of a grid that run close to each other in time: memory that a block fetches ahead for
 /// this many in a direction is likely to be there when they run.
-GPU_DEVICE unsigned int closeBlocksX() {
-    return hostdevice::BlockWalk::groupWidth(hostdevice::currentBlock.grid);
-}
-GPU_DEVICE unsigned int closeBlocksY() { return hostdevice::BlockWalk::groupHeight; }
+GPU_DEVICE unsigned int closeBlocksX() { return BlockWalk::groupWidth(currentBlock.grid); }
+GPU_DEVICE unsigned int closeBlocksY() { return BlockWalk::groupHeight; }
 
 /// Fetches `count` elements from `from` on, which need not exist, ahead of their use. Scattered accesses
 /// gain: several lines in a row come much faster than one at a time.
@@ -86,7 +85,7 @@ class PerThread {
 /// The threads of a block by their linear number. Threads of one phase are independent of each other.
 class Threads {
   public:
-    GPU_DEVICE Threads() : count(hostdevice::currentBlock.size.x * hostdevice::currentBlock.size.y) {}
+    GPU_DEVICE Threads() : count(currentBlock.size.x * currentBlock.size.y) {}
 
     GPU_DEVICE unsigned int size() const { return count; }
 
@@ -184,7 +183,7 @@ class Threads {
 /// The threads of a block by their coordinates.
 class TileThreads {
   public:
-    GPU_DEVICE TileThreads() : extent(hostdevice::currentBlock.size) {}
+    GPU_DEVICE TileThreads() : extent(currentBlock.size) {}
 
     GPU_DEVICE unsigned int sizeX() const { return extent.x; }
     GPU_DEVICE unsigned int sizeY() const { return extent.y; }

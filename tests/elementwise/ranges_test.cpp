@@ -10,6 +10,7 @@
 
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
+#include "tests/support/test_types.hpp"
 #include "tests/support/values.hpp"
 
 namespace gpuruntime {
@@ -21,9 +22,8 @@ using testing::Elements;
 constexpr double inf = std::numeric_limits<double>::infinity();
 double const nan = std::numeric_limits<double>::quiet_NaN();
 
-using RealNumericTypes = ::testing::Types<signed char, unsigned char, short, unsigned short, int,
-                                          unsigned int, long, unsigned long, float, double>;
-using FloatingTypes = ::testing::Types<float, double, float2, double2>;
+using RealNumericTypes = testing::TestTypes<internal::ConvertedReal>;
+using FloatingTypes = testing::TestTypes<internal::Floating>;
 
 // A family and its invokers hold nothing, and the operator returns nothing.
 template <class Family, class T, class... Arguments>
@@ -504,9 +504,7 @@ TYPED_TEST(LogspaceOf, TakesSpecialExponents) {
 
 template <class T>
 class LargeRangesOf : public ::testing::Test {};
-using RangeTypes = ::testing::Types<signed char, unsigned char, short, unsigned short, int, unsigned int,
-                                    long, unsigned long, float, double>;
-TYPED_TEST_SUITE(LargeRangesOf, RangeTypes);
+TYPED_TEST_SUITE(LargeRangesOf, RealNumericTypes);
 
 TYPED_TEST(LargeRangesOf, StoreEveryElement) {
     using T = TypeParam;

@@ -5,14 +5,14 @@
 #include <vector>
 
 #include "host_device_fixture.hpp"
-#include "kernel.hpp"
+#include "kernel_launch.hpp"
 
 namespace {
 
+using gpuruntime::backend::kernelOf;
 using gpuruntime::hostdevice::Call;
 using gpuruntime::hostdevice::clearFailures;
 using gpuruntime::hostdevice::failNextCall;
-using gpuruntime::hostdevice::kernelOf;
 using gpuruntime::hostdevice::Launch;
 using gpuruntime::hostdevice::Recording;
 using gpuruntime::hostdevice::SymbolRegistration;

@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "host_device_fixture.hpp"
-#include "kernel.hpp"
+#include "kernel_launch.hpp"
 
 namespace {
 
-using gpuruntime::hostdevice::currentBlock;
-using gpuruntime::hostdevice::kernelOf;
+using gpuruntime::backend::currentBlock;
+using gpuruntime::backend::kernelOf;
 using gpuruntime::hostdevice::Limits;
 using gpuruntime::hostdevice::setLimits;
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "frame/complex.hpp"
-#include "tests/indexing/all_types.hpp"
 #include "tests/support/device_array.hpp"
+#include "tests/support/test_types.hpp"
 #include "tests/support/values.hpp"
 
 namespace gpuruntime {
@@ -80,10 +80,10 @@ TEST_F(Movement, TransposeLaunchesTheKernelOfTheElementSize) {
 }
 
 TEST_F(Movement, ConjugateTransposeLaunchesTheKernelOfItsType) {
-    DeviceArray<short2> in(40 * 20), out(40 * 20);
+    DeviceArray<char2> in(40 * 20), out(40 * 20);
     hostdevice::Recording const recording;
-    CTranspose::Invoker<short2>()(nullptr, out.data(), in.data(), 40, 20);
-    expectLaunch(recording, "TransposeKernel<short2, 16, true>", dim3(3, 2), dim3(16, 16));
+    CTranspose::Invoker<char2>()(nullptr, out.data(), in.data(), 40, 20);
+    expectLaunch(recording, "TransposeKernel<char2, 16, true>", dim3(3, 2), dim3(16, 16));
 }
 
 TEST_F(Movement, OneArrayForBothTakesTheInPlaceKernel) {
@@ -140,7 +140,7 @@ class MovementOf : public Movement {
     /// How kernels that conjugate spell `T`: the mangled name of a global class is its name after one digit.
     static std::string ownName() { return std::string(typeid(T).name()).substr(1); }
 };
-TYPED_TEST_SUITE(MovementOf, testing::AllTypes);
+TYPED_TEST_SUITE(MovementOf, testing::TestTypes<internal::All>);
 
 TYPED_TEST(MovementOf, EveryTypeMovesAsItsCarrier) {
     DeviceArray<TypeParam> in(5 * 5), out(5 * 5);

@@ -7,9 +7,9 @@
 #include <type_traits>
 #include <vector>
 
-#include "tests/indexing/all_types.hpp"
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
+#include "tests/support/test_types.hpp"
 #include "tests/support/values.hpp"
 
 namespace gpuruntime {
@@ -66,7 +66,7 @@ std::vector<unsigned long> const edges{1, 2, 3, 15, 16, 17, 31, 32, 33, 48, 50, 
 
 template <class T>
 class TransposeOf : public ::testing::Test {};
-TYPED_TEST_SUITE(TransposeOf, testing::AllTypes);
+TYPED_TEST_SUITE(TransposeOf, testing::TestTypes<internal::All>);
 
 TYPED_TEST(TransposeOf, MovesEveryElementBitForBit) {
     for (Matrix const m : matrices) {
@@ -118,7 +118,7 @@ TEST(CTranspose, OfLargeMatricesWritesWholeTilesAndEdges) {
     expectLargeTransposed<double>({2901, 2904}, 4);
     expectLargeTransposed<double2>({2051, 2052}, 0);
     expectLargeTransposed<double2>({2051, 2052}, 2);
-    expectLargeTransposed<short>({5800, 5824}, 0);
+    if constexpr (internal::isBuilt<short>) expectLargeTransposed<short>({5800, 5824}, 0);
 }
 
 TYPED_TEST(TransposeOf, TransposesSquaresInPlace) {
@@ -215,18 +215,29 @@ TEST(CTranspose, OfAMatrixTransposesAndConjugates) {
                             ctransposed<double2>({{1, 2}, {3, 4}, {5, 6}, {7, 8}}, 2, 2));
 }
 
+/// Whether the imaginary part `part` becomes `negated`, where the build has the type.
+template <class T>
+void expectNegated(internal::Part<T> part, internal::Part<T> negated) {
+    if constexpr (internal::isBuilt<T>) {
+        expectSameBits<T>({{7, negated}}, ctransposed<T>({{7, part}}, 1, 1));
+    }
+}
+
 TEST(CTranspose, WrapsIntegerPartsAtTheirWidth) {
-    expectSameBits<uchar2>({{7, 255}, {7, 0}, {7, 1}}, ctransposed<uchar2>({{7, 1}, {7, 0}, {7, 255}}, 1, 3));
-    expectSameBits<ushort2>({{7, 65535}}, ctransposed<ushort2>({{7, 1}}, 1, 1));
-    expectSameBits<uint2>({{7, 4294967295u}}, ctransposed<uint2>({{7, 1}}, 1, 1));
-    expectSameBits<ulong2>({{7, 18446744073709551615ul}}, ctransposed<ulong2>({{7, 1}}, 1, 1));
-    expectSameBits<char2>({{7, -128}, {7, -127}}, ctransposed<char2>({{7, -128}, {7, 127}}, 1, 2));
-    expectSameBits<short2>({{7, -32768}}, ctransposed<short2>({{7, -32768}}, 1, 1));
+    expectNegated<uchar2>(1, 255);
+    expectNegated<uchar2>(0, 0);
+    expectNegated<uchar2>(255, 1);
+    expectNegated<ushort2>(1, 65535);
+    expectNegated<uint2>(1, 4294967295u);
+    expectNegated<ulong2>(1, 18446744073709551615ul);
+    expectNegated<char2>(-128, -128);
+    expectNegated<char2>(127, -127);
+    expectNegated<short2>(-32768, -32768);
     int const smallestInt = -2147483647 - 1;
-    expectSameBits<int2>({{7, smallestInt}}, ctransposed<int2>({{7, smallestInt}}, 1, 1));
+    expectNegated<int2>(smallestInt, smallestInt);
     long const smallestLong = -9223372036854775807l - 1;
-    expectSameBits<long2>({{7, smallestLong}, {7, -5}},
-                          ctransposed<long2>({{7, smallestLong}, {7, 5}}, 1, 2));
+    expectNegated<long2>(smallestLong, smallestLong);
+    expectNegated<long2>(5, -5);
 }
 
 TEST(CTranspose, KeepsTheRealPartsSignAndTheNaNsPayload) {

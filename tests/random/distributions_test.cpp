@@ -183,7 +183,7 @@ TYPED_TEST(EveryGenerator, GivesTheStreamAsIntegers) {
                                                         {0, 4294967295.0},
                                                         {0x1p52 - 10.5, 0x1p52 + 10},
                                                         {-0x1p53, 0x1p53}};
-    forTypes(internal::RealNumeric{}, [&](auto type) {
+    forTypes(internal::ConvertedReal{}, [&](auto type) {
         using T = typename decltype(type)::type;
         for (auto const& [lowest, highest] : bounds) {
             SCOPED_TRACE(std::to_string(lowest) + " to " + std::to_string(highest));
@@ -399,7 +399,7 @@ TEST(RandI, RoundsHalfAwayFromZeroAndSaturates) {
 TYPED_TEST(EveryGenerator, GivesTheSmallestValueForAnInfiniteNegativeSpan) {
     using G = typename TypeParam::Generator;
     double const inf = std::numeric_limits<double>::infinity();
-    forTypes(internal::RealNumeric{}, [&](auto type) {
+    forTypes(internal::ConvertedReal{}, [&](auto type) {
         using T = typename decltype(type)::type;
         using Limits = std::numeric_limits<T>;
         T const smallest = Limits::has_infinity ? -Limits::infinity() : Limits::min();

@@ -84,10 +84,12 @@ constexpr double inf = std::numeric_limits<double>::infinity();
 template <class Family, class T>
 void expectScan(Elements<T> const& in, unsigned long reductionLength, unsigned long stride,
                 Elements<T> const& expected, Elements<T> const& expectedTotals) {
-    DeviceArray<T> data(in), totals(expectedTotals.size());
-    EXPECT_EQ(cudaSuccess, (scan<Family, T>(totals, data, {in.size(), reductionLength, stride})));
-    expectSameValues(expected, data.values());
-    expectSameValues(expectedTotals, totals.values());
+    if constexpr (internal::isBuilt<T>) {
+        DeviceArray<T> data(in), totals(expectedTotals.size());
+        EXPECT_EQ(cudaSuccess, (scan<Family, T>(totals, data, {in.size(), reductionLength, stride})));
+        expectSameValues(expected, data.values());
+        expectSameValues(expectedTotals, totals.values());
+    }
 }
 
 template <class Family, class T>

@@ -4,24 +4,13 @@
 
 #include <vector>
 
-#include "frame/type_lists.hpp"
 #include "tests/reduction/reference.hpp"
+#include "tests/support/test_types.hpp"
 #include "tests/support/values.hpp"
 
 namespace gpuruntime::testing {
 
 using reference::Shape;
-
-template <class List>
-struct TestTypesOf;
-template <class... T>
-struct TestTypesOf<internal::TypeList<T...>> {
-    using type = ::testing::Types<T...>;
-};
-
-/// A type list of the library as one of typed tests.
-template <class List>
-using TestTypes = typename TestTypesOf<List>::type;
 
 /// Contiguous segments around the lengths at which kernels, rows and tiles change, the last whole or short,
 /// and strided arrays around the width of a block.

@@ -75,9 +75,7 @@ TYPED_TEST(SumsAndProducts, ProdAsDoubleEqualsTheReference) {
 
 template <class T>
 class Saturation : public ::testing::Test {};
-using Integers = ::testing::Types<signed char, unsigned char, short, unsigned short, int, unsigned int, long,
-                                  unsigned long>;
-TYPED_TEST_SUITE(Saturation, Integers);
+TYPED_TEST_SUITE(Saturation, TestTypes<internal::Integers>);
 
 /// The powers of two, the roots of those between, and the ends of the range, each with its neighbours and of
 /// both signs.

@@ -1,7 +1,5 @@
 // Kernels: attributes, launch and the sharing out of blocks.
 
-#include <immintrin.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -13,8 +11,6 @@
 #include "parallel.hpp"
 
 namespace gpuruntime::hostdevice {
-
-__thread BlockPosition currentBlock = {};
 
 namespace detail {
 namespace {
@@ -78,10 +74,8 @@ class Run {
     }
 
   private:
-    /// The fence makes streamed stores visible with whatever tells that the blocks have run.
     void runSerially(std::uint64_t first, std::uint64_t last) const {
         kernel_.runBlocks(arguments_, grid_, block_, first, last);
-        _mm_sfence();
     }
 
     /// Runs growing batches of blocks, so that the clock is read seldom, and shares out what is left when

@@ -1,0 +1,7 @@
+#include "blocks.hpp"
+
+namespace gpuruntime::backend {
+
+__thread BlockPosition currentBlock = {};
+
+}  // namespace gpuruntime::backend
