@@ -5,9 +5,9 @@
 jobs := $(shell nproc)
 
 demo: setup
-	@cmake --preset host >/dev/null
-	cmake --build --preset host --parallel $(jobs) --target demo
-	build/host/examples/demo data/penguins.csv
+	@cmake --preset demo >/dev/null
+	cmake --build --preset demo --parallel $(jobs)
+	build/demo/examples/demo data/penguins.csv
 
 test: setup
 	@scripts/test.sh

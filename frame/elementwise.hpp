@@ -73,12 +73,22 @@ struct Position {
     unsigned int x, y, nx, ny;
 };
 
+/// A functor on the elements of a block, of which it gets the first.
+template <class Functor>
+struct EachElement {
+    template <class... Args>
+    static GPU_DEVICE void apply(Position first, Args... args) {
+        if (first.x >= first.nx || first.y >= first.ny) return;
+        dim3 const left(first.nx - first.x, first.ny - first.y, 1);
+        backend::TileThreads().forEach(left, [&](backend::Thread t) {
+            Functor::apply(Position{first.x + t.x, first.y + t.y, first.nx, first.ny}, args...);
+        });
+    }
+};
+
 template <class Functor, class... Args>
-GPU_DEVICE void visit(unsigned int x0, unsigned int y0, unsigned int nx, unsigned int ny, Args... args) {
-    if (x0 >= nx || y0 >= ny) return;
-    backend::TileThreads().forEach(dim3(nx - x0, ny - y0, 1), [&](backend::Thread t) {
-        Functor::apply(Position{x0 + t.x, y0 + t.y, nx, ny}, args...);
-    });
+GPU_DEVICE void visit(unsigned int x, unsigned int y, unsigned int nx, unsigned int ny, Args... args) {
+    backend::applyToBlock<EachElement<Functor>>(Position{x, y, nx, ny}, args...);
 }
 
 template <class Functor, class... Args>
@@ -136,14 +146,24 @@ struct Position {
     unsigned int x, y, z, nx, ny, nz;
 };
 
+/// A functor on the elements of a block, of which it gets the first.
+template <class Functor>
+struct EachElement {
+    template <class... Args>
+    static GPU_DEVICE void apply(Position first, Args... args) {
+        if (first.x >= first.nx || first.y >= first.ny || first.z >= first.nz) return;
+        dim3 const left(first.nx - first.x, first.ny - first.y, first.nz - first.z);
+        backend::TileThreads().forEach(left, [&](backend::Thread t) {
+            Functor::apply(
+                Position{first.x + t.x, first.y + t.y, first.z + t.z, first.nx, first.ny, first.nz}, args...);
+        });
+    }
+};
+
 template <class Functor, class... Args>
 GPU_DEVICE void visit(uint3 first, dim3 extent, Args... args) {
-    if (first.x >= extent.x || first.y >= extent.y || first.z >= extent.z) return;
-    dim3 const left(extent.x - first.x, extent.y - first.y, extent.z - first.z);
-    backend::TileThreads().forEach(left, [&](backend::Thread t) {
-        Functor::apply(Position{first.x + t.x, first.y + t.y, first.z + t.z, extent.x, extent.y, extent.z},
-                       args...);
-    });
+    backend::applyToBlock<EachElement<Functor>>(
+        Position{first.x, first.y, first.z, extent.x, extent.y, extent.z}, args...);
 }
 
 GPU_DEVICE uint3 firstOfBlock() {

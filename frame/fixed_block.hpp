@@ -9,7 +9,8 @@
 /// called once per block and step; it runs its phases over the iterator's threads. The frames add no guard:
 /// to retire the spare blocks of a fold, and the positions past the extents that rounded-up stepped grids
 /// leave, is the functor's duty. An optional static `work(arguments...)` says about how many elements a
-/// launch goes over.
+/// launch goes over, and an optional `Body` names another functor that does the same, with which it shares
+/// its code.
 
 namespace gpuruntime::cuda {
 
@@ -58,7 +59,8 @@ namespace gpuruntime::fixed1dblockdetail {
 
 template <class Functor, class... Args>
 GPU_KERNEL void singleStepKernel(unsigned int count, Args... args) {
-    Functor::apply(cuda::Fixed1DBlockIterator{{}, cuda::flatBlockIndex(), count}, args...);
+    backend::applyToBlock<internal::BodyOf<Functor>>(
+        cuda::Fixed1DBlockIterator{{}, cuda::flatBlockIndex(), count}, args...);
 }
 
 template <class Functor, class... Args, class... T>
@@ -82,8 +84,8 @@ namespace gpuruntime::fixed1dblockand1dgriddetail {
 
 template <class Functor, class... Args>
 GPU_KERNEL void singleStepKernel(unsigned int blockSize, unsigned int numBlocks, Args... args) {
-    Functor::apply(cuda::Fixed1DBlockAnd1DGridIterator{{}, cuda::flatBlockIndex(), blockSize, numBlocks},
-                   args...);
+    backend::applyToBlock<internal::BodyOf<Functor>>(
+        cuda::Fixed1DBlockAnd1DGridIterator{{}, cuda::flatBlockIndex(), blockSize, numBlocks}, args...);
 }
 
 template <class Functor, class... Args, class... T>
@@ -108,7 +110,8 @@ namespace gpuruntime::fixednumblocksdetail {
 
 template <class Functor, class... Args>
 GPU_KERNEL void singleStepKernel(unsigned int numBlocks, Args... args) {
-    Functor::apply(cuda::FixedNumBlocksIterator{{}, cuda::flatBlockIndex(), numBlocks}, args...);
+    backend::applyToBlock<internal::BodyOf<Functor>>(
+        cuda::FixedNumBlocksIterator{{}, cuda::flatBlockIndex(), numBlocks}, args...);
 }
 
 template <class Functor, class... Args, class... T>
@@ -134,8 +137,8 @@ template <class Functor, class... Args>
 GPU_KERNEL void singleStepKernel(unsigned int nx, unsigned int ny, unsigned int totalBlocksX,
                                  unsigned int totalBlocksY, Args... args) {
     uint3 const block = backend::blockIndex();
-    Functor::apply(cuda::Fixed2DBlockIterator{{}, block.x, block.y, nx, ny, totalBlocksX, totalBlocksY},
-                   args...);
+    backend::applyToBlock<internal::BodyOf<Functor>>(
+        cuda::Fixed2DBlockIterator{{}, block.x, block.y, nx, ny, totalBlocksX, totalBlocksY}, args...);
 }
 
 /// One counter drives both coordinates: with both dimensions stepped the walk is a diagonal of tiles.
@@ -145,12 +148,12 @@ GPU_KERNEL void multiStepKernel(unsigned int nx, unsigned int ny, unsigned int t
                                 unsigned int blockStrideY, unsigned int steps, Args... args) {
     uint3 const block = backend::blockIndex();
     cuda::Fixed2DBlockIterator iterator{{}, block.x, block.y, nx, ny, totalBlocksX, totalBlocksY};
-    Functor::apply(iterator, args...);
+    backend::applyToBlock<internal::BodyOf<Functor>>(iterator, args...);
     for (unsigned int step = 1; step < steps; ++step) {
         backend::blockBarrier();  // the next apply writes the shared tile that this one still reads
         iterator.blockX += blockStrideX;
         iterator.blockY += blockStrideY;
-        Functor::apply(iterator, args...);
+        backend::applyToBlock<internal::BodyOf<Functor>>(iterator, args...);
     }
 }
 
@@ -188,7 +191,7 @@ template <class Functor, class... Args>
 GPU_KERNEL void singleStepKernel(unsigned int nx, unsigned int ny, unsigned int numPages,
                                  unsigned int totalBlocksX, unsigned int totalBlocksY, Args... args) {
     uint3 const block = backend::blockIndex();
-    Functor::apply(
+    backend::applyToBlock<internal::BodyOf<Functor>>(
         cuda::Fixed2DBlockWithPagesIterator{
             {}, block.x, block.y, block.z, nx, ny, numPages, totalBlocksX, totalBlocksY},
         args...);
@@ -204,12 +207,12 @@ GPU_KERNEL void multiStepKernel(unsigned int nx, unsigned int ny, unsigned int n
     cuda::Fixed2DBlockWithPagesIterator iterator{{}, block.x,  block.y,      block.z,     nx,
                                                  ny, numPages, totalBlocksX, totalBlocksY};
     for (unsigned int pageStep = 0;;) {
-        Functor::apply(iterator, args...);
+        backend::applyToBlock<internal::BodyOf<Functor>>(iterator, args...);
         for (unsigned int step = 1; step < stepsXY; ++step) {
             backend::blockBarrier();  // the next apply writes the shared tile that this one still reads
             iterator.blockX += blockStrideX;
             iterator.blockY += blockStrideY;
-            Functor::apply(iterator, args...);
+            backend::applyToBlock<internal::BodyOf<Functor>>(iterator, args...);
         }
         if (++pageStep >= stepsZ) return;
         backend::blockBarrier();

@@ -40,6 +40,18 @@ struct WorkOf<Functor, std::void_t<decltype(&Functor::work)>> {
     }
 };
 
+/// The functor whose code runs for a functor: its own, or another's that does the same.
+template <class Functor, class = void>
+struct BodyOfFunctor {
+    using type = Functor;
+};
+template <class Functor>
+struct BodyOfFunctor<Functor, std::void_t<typename Functor::Body>> {
+    using type = typename Functor::Body;
+};
+template <class Functor>
+using BodyOf = typename BodyOfFunctor<Functor>::type;
+
 /// `cudaFuncGetAttributes` with its status ignored; where it fails, the record is all zeros.
 template <auto kernel>
 cudaFuncAttributes attributesOf() {

@@ -12,7 +12,8 @@
 /// What reductions and scans combine values with. An operator gives an identity, which stands for an element
 /// that is not there, and `combine` of the running value `a` with a new value `b`. The operators that pick
 /// one of their operands also tell by `supersedes` whether the later `b` takes the place of `a`; ties keep
-/// `a`.
+/// `a`. An operator may name another that does the same as its `Equivalent`, so that kernels share their
+/// code.
 ///
 /// `combine` is written without branches for real types, so that loops over lanes vectorise. The operators on
 /// `bool` hold their values as bytes of 0 or 1, for the same reason.
@@ -309,15 +310,23 @@ using Extremum = std::conditional_t<
 
 /// The extremum that passes over NaN; complex values go by the complex order.
 template <class T>
-struct Max : detail::Extremum<T, 1, false> {};
+struct Max : detail::Extremum<T, 1, false> {
+    using Equivalent = detail::Extremum<T, 1, false>;
+};
 template <class T>
-struct Min : detail::Extremum<T, -1, false> {};
+struct Min : detail::Extremum<T, -1, false> {
+    using Equivalent = detail::Extremum<T, -1, false>;
+};
 
 /// The extremum that is NaN as soon as a value is.
 template <class T>
-struct MaxWithNaNs : detail::Extremum<T, 1, true> {};
+struct MaxWithNaNs : detail::Extremum<T, 1, true> {
+    using Equivalent = detail::Extremum<T, 1, true>;
+};
 template <class T>
-struct MinWithNaNs : detail::Extremum<T, -1, true> {};
+struct MinWithNaNs : detail::Extremum<T, -1, true> {
+    using Equivalent = detail::Extremum<T, -1, true>;
+};
 
 /// The largest finite magnitude: infinities count as 0, NaN is passed over.
 template <class T>

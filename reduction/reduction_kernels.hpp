@@ -25,6 +25,19 @@ inline constexpr unsigned int longestSmallSegment = 128;
 
 namespace detail {
 
+template <class F, class = void>
+struct EquivalentOf {
+    using type = F;
+};
+template <class F>
+struct EquivalentOf<F, std::void_t<typename F::Equivalent>> {
+    using type = typename F::Equivalent;
+};
+
+/// A transform or operator that does the same, one for all of which this is said.
+template <class F>
+using Equivalent = typename EquivalentOf<F>::type;
+
 /// How a value is held while it is combined.
 template <class Operator>
 using Held = decltype(Operator::identity());
@@ -115,6 +128,9 @@ struct Survivors {
 /// block folds.
 template <unsigned int N, class TIn, class TOut, class Transform, class Operator>
 struct SegmentedReduceKernel {
+    using Body =
+        SegmentedReduceKernel<N, TIn, TOut, detail::Equivalent<Transform>, detail::Equivalent<Operator>>;
+
     static unsigned long work(TOut*, TIn const*, unsigned long numElements, unsigned long) {
         return numElements;
     }
@@ -142,6 +158,9 @@ struct SegmentedReduceKernel {
 /// A row of threads for each contiguous segment, one element a thread.
 template <unsigned int N, class TIn, class TOut, class Transform, class Operator>
 struct SegmentedReduceSmallKernel {
+    using Body =
+        SegmentedReduceSmallKernel<N, TIn, TOut, detail::Equivalent<Transform>, detail::Equivalent<Operator>>;
+
     static unsigned long work(TOut*, TIn const*, unsigned long numElements, unsigned long) {
         return numElements;
     }
@@ -174,6 +193,8 @@ struct SegmentedReduceSmallKernel {
 /// A thread for each result, which takes the elements one after another, `stride` apart.
 template <class TIn, class TOut, class Transform, class Operator>
 struct StridedReduceKernel {
+    using Body = StridedReduceKernel<TIn, TOut, detail::Equivalent<Transform>, detail::Equivalent<Operator>>;
+
     static unsigned long work(TOut*, TIn const*, unsigned long numElements, unsigned long, unsigned long) {
         return numElements;
     }
@@ -204,6 +225,9 @@ struct StridedReduceKernel {
 /// `segmentsPerGroup` segments.
 template <unsigned int N, class TIn, class TOut, class Transform, class Operator>
 struct SegmentedIndexReduceKernel {
+    using Body =
+        SegmentedIndexReduceKernel<N, TIn, TOut, detail::Equivalent<Transform>, detail::Equivalent<Operator>>;
+
     static unsigned long work(TOut*, double*, TIn const*, unsigned long numElements, unsigned long,
                               internal::InvariantDivisor) {
         return numElements;
@@ -266,6 +290,9 @@ struct SegmentedIndexReduceKernel {
 /// As `SegmentedReduceSmallKernel`. `outIndex` counts from the start of the segment.
 template <unsigned int N, class TIn, class TOut, class Transform, class Operator>
 struct SegmentedIndexReduceSmallKernel {
+    using Body = SegmentedIndexReduceSmallKernel<N, TIn, TOut, detail::Equivalent<Transform>,
+                                                 detail::Equivalent<Operator>>;
+
     static unsigned long work(TOut*, double*, TIn const*, unsigned long numElements, unsigned long) {
         return numElements;
     }
@@ -309,6 +336,9 @@ struct SegmentedIndexReduceSmallKernel {
 /// As `StridedReduceKernel`. `outIndex` counts from the start of a group of `segmentsPerGroup` slices.
 template <class TIn, class TOut, class Transform, class Operator>
 struct StridedIndexReduceKernel {
+    using Body =
+        StridedIndexReduceKernel<TIn, TOut, detail::Equivalent<Transform>, detail::Equivalent<Operator>>;
+
     static unsigned long work(TOut*, double*, TIn const*, unsigned long numElements, unsigned long,
                               internal::InvariantDivisor, unsigned long) {
         return numElements;

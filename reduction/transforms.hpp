@@ -6,10 +6,15 @@
 #include "frame/complex.hpp"
 #include "math.hpp"
 
-/// What reductions make of each element as they read it.
+/// What reductions make of each element as they read it. A transform that looks for NaN names as its
+/// `Equivalent` what is left of it where there is none, so that kernels share their code.
 namespace gpuruntime::reductiontransforms {
 
 namespace detail {
+
+/// `ForFloating` if `T` has NaNs, else `Plain`.
+template <class T, class ForFloating, class Plain>
+using WhereNaN = std::conditional_t<std::is_floating_point_v<internal::Part<T>>, ForFloating, Plain>;
 
 /// Whether `test` holds for a part of the value.
 template <class T, class Test>
@@ -58,6 +63,8 @@ struct IsNotZero {
 
 template <class T>
 struct IsNotZeroAndNotNaN {
+    using Equivalent = detail::WhereNaN<T, IsNotZeroAndNotNaN, IsNotZero<T>>;
+
     static GPU_DEVICE bool apply(T value) {
         return IsNotZero<T>::apply(value) & !IsNanTransform<T>::apply(value);
     }
@@ -102,21 +109,29 @@ GPU_DEVICE T nanReplaced(T value) {
 
 template <class T>
 struct NaNAsZero {
+    using Equivalent = detail::WhereNaN<T, NaNAsZero, NoOp<T>>;
+
     static GPU_DEVICE T apply(T value) { return detail::nanReplaced<T, 0>(value); }
 };
 
 template <class T>
 struct NaNAsOne {
+    using Equivalent = detail::WhereNaN<T, NaNAsOne, NoOp<T>>;
+
     static GPU_DEVICE T apply(T value) { return detail::nanReplaced<T, 1>(value); }
 };
 
 template <class TIn, class TOut>
 struct CastWithNaNAsZero {
+    using Equivalent = detail::WhereNaN<TIn, CastWithNaNAsZero, Cast<TIn, TOut>>;
+
     static GPU_DEVICE TOut apply(TIn value) { return Cast<TIn, TOut>::apply(NaNAsZero<TIn>::apply(value)); }
 };
 
 template <class TIn, class TOut>
 struct CastWithNaNAsOne {
+    using Equivalent = detail::WhereNaN<TIn, CastWithNaNAsOne, Cast<TIn, TOut>>;
+
     static GPU_DEVICE TOut apply(TIn value) { return Cast<TIn, TOut>::apply(NaNAsOne<TIn>::apply(value)); }
 };
 

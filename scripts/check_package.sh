@@ -1,18 +1,18 @@
 #!/usr/bin/env bash
-# Installs a build tree of the host device to a fresh prefix, then builds and runs the examples that check themselves
+# Installs a build tree of the host device to a fresh prefix, then builds and runs examples that check themselves
 # against it, with find_package and with pkg-config.
-#   check_package.sh <build folder>
+#   check_package.sh <build folder> <example>...
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
-examples=(engine random_stream)
+examples=("${@:2}")
 cmake --install "$1" --prefix "$prefix" >/dev/null
 
 cmake -S examples -B "$work/examples" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
-cmake --build "$work/examples" >/dev/null
+cmake --build "$work/examples" --target "${examples[@]}" >/dev/null
 for example in "${examples[@]}"; do "$work/examples/$example"; done
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name kvgpuruntime.pc)")
@@ -25,4 +25,4 @@ for example in "${examples[@]}"; do
     "$work/$example"
 done
 
-echo "the installed package builds and runs the examples"
+echo "the installed package builds and runs: ${examples[*]}"

@@ -29,6 +29,7 @@ for option in "$@"; do
         clang-format-14  # one format; other versions format otherwise
         doxygen          # API pages
         pkgconf          # the package check builds with pkg-config, too
+        python3          # the build report
     ) ;;
     *)
         echo "usage: setup.sh [--bench] [--docs] [--ci]" >&2

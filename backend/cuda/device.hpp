@@ -43,6 +43,12 @@ GPU_DEVICE void prefetch(T const*, unsigned int) {}
 template <class T>
 GPU_DEVICE void prefetchAfter(T const*, unsigned int) {}
 
+/// Applies a functor to a block. A call would cost registers; the code is not shared.
+template <class Functor, class Iterator, class... Args>
+GPU_DEVICE void applyToBlock(Iterator const& block, Args... args) {
+    Functor::apply(block, args...);
+}
+
 /// A thread's place in a block.
 struct Thread {
     unsigned int x, y, z;

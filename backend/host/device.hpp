@@ -67,6 +67,12 @@ GPU_DEVICE void prefetchAfter(T const* from, unsigned int count) {
     prefetch(from + bytesAhead / sizeof(T), count);
 }
 
+/// Applies a functor to a block, out of line: the kernels of a frame that run it share its code.
+template <class Functor, class Iterator, class... Args>
+__attribute__((noinline)) void applyToBlock(Iterator const& block, Args... args) {
+    Functor::apply(block, args...);
+}
+
 /// A thread's place in a block.
 struct Thread {
     unsigned int x, y, z;
