@@ -9,7 +9,7 @@
 
 /// The orders of the sorts, and what counts as NaN. Besides comparing, an order ranks: an element's rank is
 /// an unsigned number, a smaller rank comes first, and where ranks are equal, so are the elements if
-/// `ranksDecide`.
+/// `ranksDecide`. If `ranksAreKeys`, elements of one rank are the same bits.
 namespace gpuruntime {
 
 /// Whether an element is NaN, or holds one.
@@ -90,7 +90,7 @@ GPU_DEVICE_CALL int compareComplex(T x, T y) {
 /// Order by bit pattern, which a radix sort can keep.
 template <class T, bool isDescending>
 struct RadixOrder {
-    static constexpr bool isRadix = true, ranksDecide = true, descending = isDescending;
+    static constexpr bool isRadix = true, ranksDecide = true, ranksAreKeys = true, descending = isDescending;
 
     static GPU_DEVICE unsigned long rank(T const& x, unsigned long /*level*/ = 0) {
         return descending ? ~rankOf(x) : rankOf(x);
@@ -100,12 +100,16 @@ struct RadixOrder {
     GPU_DEVICE bool operator()(T const& x, T const& y) const { return rank(x) < rank(y); }
 };
 
+template <class T>
+struct DirectedOrder;
+
 /// Order by value: zeros are equal, and complex values go by magnitude and then by phase.
-template <class T, bool descending>
+template <class T, bool isDescending>
 struct ValueOrder {
-    static constexpr bool isRadix = false;
+    static constexpr bool isRadix = false, descending = isDescending;
     /// Complex values of one magnitude may still differ in phase.
     static constexpr bool ranksDecide = !isComplex<T>;
+    static constexpr bool ranksAreKeys = std::is_integral_v<T>;
 
     static GPU_DEVICE unsigned long rank(T const& x, unsigned long /*level*/ = 0) {
         return descending ? ~rankOfEqualZeros(x) : rankOfEqualZeros(x);
@@ -118,6 +122,18 @@ struct ValueOrder {
         } else {
             return descending ? x > y : x < y;
         }
+    }
+
+    DirectedOrder<T> inEitherDirection() const { return {descending}; }
+};
+
+/// Order by value in a direction that is told at run time, so that a sort is built for both.
+template <class T>
+struct DirectedOrder {
+    bool descending;
+
+    GPU_DEVICE bool operator()(T const& x, T const& y) const {
+        return descending ? ValueOrder<T, true>{}(x, y) : ValueOrder<T, false>{}(x, y);
     }
 };
 

@@ -42,7 +42,7 @@ template <class T>
 class CompareRows {
   public:
     static constexpr bool isRadix = false;
-    static constexpr bool ranksDecide = !internal::isComplex<T>;
+    static constexpr bool ranksDecide = !internal::isComplex<T>, ranksAreKeys = false;
 
     /// `overflow` holds the entries of the column list that constant memory does not.
     CompareRows(T const* data, double const* overflow) : data(data), overflow(overflow) {}
@@ -56,6 +56,9 @@ class CompareRows {
         }
         return a < b;
     }
+
+    /// Each column has a direction of its own.
+    CompareRows inEitherDirection() const { return *this; }
 
     /// A rank for each column and one for the row number; in complex matrices only for the first column.
     GPU_DEVICE unsigned long numRanks() const { return ranksDecide ? SortRowsNumColsToSort + 1ul : 1; }

@@ -36,58 +36,67 @@ unsigned long stablePartition(Predicate predicate, unsigned long n, T* data, V*.
     }
 }
 
-template <class Order, class T>
+/// Stable sort of `keys`, `values` permuted alike.
+template <class T, class Before, class... V>
+void thrustSort(Before before, unsigned long n, T* keys, V*... values) {
+    if constexpr (sizeof...(V) == 0) {
+        thrust::stable_sort(thrustPolicy(), keys, keys + n, before);
+    } else {
+        thrust::stable_sort_by_key(thrustPolicy(), keys, keys + n, thrust::make_zip_iterator(values...),
+                                   before);
+    }
+}
+
+template <class Order>
 struct RankOf {
-    __device__ unsigned long operator()(T const& value) const { return Order::rank(value); }
+    __device__ unsigned long operator()(double value) const { return Order::rank(value); }
 };
 
 template <class Order>
 struct ValueOf {
-    __device__ auto operator()(unsigned long rank) const { return Order::value(rank); }
+    __device__ double operator()(unsigned long rank) const { return Order::value(rank); }
 };
 
-/// Radix sort. Thrust takes radix for plain keys under its own comparators; its sort of floating keys holds
-/// both zeros for equal, so these are sorted as their ranks, in place.
-template <class Order, class T, class... V>
-std::enable_if_t<Order::isRadix> stableSort(Order /*order*/, unsigned long n, T* keys, V*... values) {
-    auto const policy = thrustPolicy();
-    auto const sort = [&](auto* first, auto before) {
-        if constexpr (sizeof...(V) == 0) {
-            thrust::stable_sort(policy, first, first + n, before);
-        } else {
-            thrust::stable_sort_by_key(policy, first, first + n, thrust::make_zip_iterator(values...),
-                                       before);
-        }
+/// Radix sort of floating keys as their ranks, in place: Thrust's own holds both zeros for equal.
+template <class Order, class... V>
+void sortRanks(unsigned long n, double* keys, V*... values) {
+    static_assert(sizeof(double) == sizeof(unsigned long));
+    auto* const ranks = reinterpret_cast<unsigned long*>(keys);
+    auto const backToValues = [=] {
+        thrust::transform(thrustPolicy(), ranks, ranks + n, keys, ValueOf<Order>{});
     };
-    if constexpr (std::is_floating_point_v<T>) {
-        static_assert(sizeof(T) == sizeof(unsigned long));
-        auto* const ranks = reinterpret_cast<unsigned long*>(keys);
-        auto const backToValues = [=] {
-            thrust::transform(policy, ranks, ranks + n, keys, ValueOf<Order>{});
-        };
-        thrust::transform(policy, keys, keys + n, ranks, RankOf<Order, T>{});
-        try {
-            sort(ranks, thrust::less<unsigned long>{});
-        } catch (...) {
-            backToValues();
-            throw;
-        }
+    thrust::transform(thrustPolicy(), keys, keys + n, ranks, RankOf<Order>{});
+    try {
+        thrustSort(thrust::less<unsigned long>{}, n, ranks, values...);
+    } catch (...) {
         backToValues();
+        throw;
+    }
+    backToValues();
+}
+
+/// Stable sort: radix where ranks can stand for keys, which Thrust takes for integers under its own
+/// comparators, else a merge sort with a functor, one for both directions.
+template <class Order, class T, class... V>
+void stableSort(Order order, unsigned long n, T* keys, V*... values) {
+    if constexpr (!Order::ranksAreKeys) {
+        thrustSort(order.inEitherDirection(), n, keys, values...);
+    } else if constexpr (std::is_floating_point_v<T>) {
+        sortRanks<Order>(n, keys, values...);
     } else if constexpr (Order::descending) {
-        sort(keys, thrust::greater<T>{});
+        thrustSort(thrust::greater<T>{}, n, keys, values...);
     } else {
-        sort(keys, thrust::less<T>{});
+        thrustSort(thrust::less<T>{}, n, keys, values...);
     }
 }
 
-/// Merge sort with a functor.
-template <class Order, class T, class... V>
-std::enable_if_t<!Order::isRadix> stableSort(Order order, unsigned long n, T* keys, V*... values) {
-    if constexpr (sizeof...(V) == 0) {
-        thrust::stable_sort(thrustPolicy(), keys, keys + n, order);
+/// An array of elements that only move, of which their size alone matters.
+template <class T>
+auto moved(T* data) {
+    if constexpr (sizeof(T) == sizeof(unsigned long)) {
+        return reinterpret_cast<unsigned long*>(data);
     } else {
-        thrust::stable_sort_by_key(thrustPolicy(), keys, keys + n, thrust::make_zip_iterator(values...),
-                                   order);
+        return data;
     }
 }
 
@@ -97,7 +106,7 @@ std::enable_if_t<!Order::isRadix> stableSort(Order order, unsigned long n, T* ke
 template <class LabelOrder, class Sort, class T, class... V>
 void sortGroups(LabelOrder labelOrder, Sort sort, unsigned long n, int* labels, T* data, V*... values) {
     sort(n, data, labels, values...);
-    stableSort(labelOrder, n, labels, data, values...);
+    stableSort(labelOrder, n, labels, moved(data), moved(values)...);
 }
 
 }  // namespace gpuruntime::backend
