@@ -5,6 +5,7 @@
 #include "device.hpp"
 #include "frame/launch.hpp"
 #include "frame/shape.hpp"
+#include "rows.hpp"
 #include "store.hpp"
 
 /// Element-wise frames: one independent thread per element. A functor is an empty type with a device-side
@@ -34,6 +35,14 @@ struct BlockOfElements {
     template <class T, class Value>
     GPU_DEVICE void store(T* out, unsigned int begin, unsigned int end, Value value) const {
         backend::storeEach(threads, out, n, first, begin, end < n ? end : n, value);
+    }
+
+    /// The block's elements as a row.
+    GPU_DEVICE backend::Row row() const { return backend::rowOf(threads, first, n); }
+
+    template <class T>
+    GPU_DEVICE bool isStreamed() const {
+        return backend::isStreamed<T>(n);
     }
 };
 
@@ -73,16 +82,38 @@ struct Position {
     unsigned int x, y, nx, ny;
 };
 
+/// The rows of a block, for functors whose memory is runs along x: `apply(block, arguments...)` goes over the
+/// rows itself.
+struct BlockOfRows {
+    unsigned int x, y, nx, ny;
+
+    /// Calls `f(row, y)` for the block's part of each row.
+    template <class F>
+    GPU_DEVICE void forEachRow(F f) const {
+        backend::forEachRow({}, {x, y, 0}, dim3(nx, ny, 1),
+                            [&](backend::Row row, unsigned int y, unsigned int) GPU_INLINE { f(row, y); });
+    }
+
+    template <class T>
+    GPU_DEVICE bool isStreamed() const {
+        return backend::isStreamed<T>(1ul * nx * ny);
+    }
+};
+
 /// A functor on the elements of a block, of which it gets the first.
 template <class Functor>
 struct EachElement {
     template <class... Args>
     static GPU_DEVICE void apply(Position first, Args... args) {
         if (first.x >= first.nx || first.y >= first.ny) return;
-        dim3 const left(first.nx - first.x, first.ny - first.y, 1);
-        backend::TileThreads().forEach(left, [&](backend::Thread t) {
-            Functor::apply(Position{first.x + t.x, first.y + t.y, first.nx, first.ny}, args...);
-        });
+        if constexpr (std::is_invocable_v<decltype(&Functor::apply), BlockOfRows, Args...>) {
+            Functor::apply(BlockOfRows{first.x, first.y, first.nx, first.ny}, args...);
+        } else {
+            dim3 const left(first.nx - first.x, first.ny - first.y, 1);
+            backend::TileThreads().forEach(left, [&](backend::Thread t) {
+                Functor::apply(Position{first.x + t.x, first.y + t.y, first.nx, first.ny}, args...);
+            });
+        }
     }
 };
 
@@ -146,17 +177,38 @@ struct Position {
     unsigned int x, y, z, nx, ny, nz;
 };
 
+/// The rows of a block, as in two dimensions.
+struct BlockOfRows {
+    unsigned int x, y, z, nx, ny, nz;
+
+    /// Calls `f(row, y, z)` for the block's part of each row.
+    template <class F>
+    GPU_DEVICE void forEachRow(F f) const {
+        backend::forEachRow({}, {x, y, z}, dim3(nx, ny, nz), f);
+    }
+
+    template <class T>
+    GPU_DEVICE bool isStreamed() const {
+        return backend::isStreamed<T>(1ul * nx * ny * nz);
+    }
+};
+
 /// A functor on the elements of a block, of which it gets the first.
 template <class Functor>
 struct EachElement {
     template <class... Args>
     static GPU_DEVICE void apply(Position first, Args... args) {
         if (first.x >= first.nx || first.y >= first.ny || first.z >= first.nz) return;
-        dim3 const left(first.nx - first.x, first.ny - first.y, first.nz - first.z);
-        backend::TileThreads().forEach(left, [&](backend::Thread t) {
-            Functor::apply(
-                Position{first.x + t.x, first.y + t.y, first.z + t.z, first.nx, first.ny, first.nz}, args...);
-        });
+        if constexpr (std::is_invocable_v<decltype(&Functor::apply), BlockOfRows, Args...>) {
+            Functor::apply(BlockOfRows{first.x, first.y, first.z, first.nx, first.ny, first.nz}, args...);
+        } else {
+            dim3 const left(first.nx - first.x, first.ny - first.y, first.nz - first.z);
+            backend::TileThreads().forEach(left, [&](backend::Thread t) {
+                Functor::apply(
+                    Position{first.x + t.x, first.y + t.y, first.z + t.z, first.nx, first.ny, first.nz},
+                    args...);
+            });
+        }
     }
 };
 

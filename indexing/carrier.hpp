@@ -2,6 +2,8 @@
 
 #include <vector_types.h>
 
+#include <cstring>
+
 namespace gpuruntime::internal {
 
 template <unsigned long size>
@@ -41,6 +43,13 @@ template <class T>
 Carrier<T> const* carried(T const* data) {
     static_assert(alignof(T) == alignof(Carrier<T>));
     return reinterpret_cast<Carrier<T> const*>(data);
+}
+
+template <class T>
+Carrier<T> carriedValue(T value) {
+    Carrier<T> result;
+    std::memcpy(&result, &value, sizeof value);
+    return result;
 }
 
 }  // namespace gpuruntime::internal
