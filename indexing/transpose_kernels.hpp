@@ -19,9 +19,9 @@ GPU_DEVICE unsigned int extentLeft(unsigned int extent, unsigned int begin) {
 }
 
 /// Reads the tile whose first element is (`x`, `y`) of the input.
-template <bool conjugate, class T, unsigned int tile>
-GPU_DEVICE void loadTile(cuda::Fixed2DBlockIterator const& at, T (&block)[tile][tile + 1], T const* in,
-                         unsigned int x, unsigned int y) {
+template <bool conjugate, class Iterator, class T, unsigned int tile>
+GPU_DEVICE void loadTile(Iterator const& at, T (&block)[tile][tile + 1], T const* in, unsigned int x,
+                         unsigned int y) {
     unsigned long const rows = at.nx;
     T const* const from = in + (y * at.nx + x);
     at.threads.template forEach<tile, tile>(dim3(extentLeft(at.nx, x), extentLeft(at.ny, y)),
