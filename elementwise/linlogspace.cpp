@@ -1,5 +1,8 @@
 #include <gpuruntime/ranges.hpp>
 
+#include "backend/math/exponential.hpp"
+#include "backend/math/power.hpp"
+#include "backend/math/trigonometric.hpp"
 #include "conversion.hpp"
 #include "elementwise/guarded_product.hpp"
 #include "frame/complex.hpp"
@@ -67,10 +70,11 @@ GPU_DEVICE T tenToThe(T exponent) {
         }
         T const w = internal::guardedProduct(exponent, T{P(2.302585092994046), 0});  // ln 10
         P const magnitude = backend::exp(w.x);
-        return {magnitude * backend::cos(w.y), magnitude * backend::sin(w.y)};
+        P sine, cosine;
+        backend::sinCos(w.y, sine, cosine);
+        return {magnitude * cosine, magnitude * sine};
     } else {
-        bool const integral = backend::floor(exponent) == exponent;
-        return backend::pow(T(10), integral ? static_cast<T>(backend::toInt32(exponent)) : exponent);
+        return backend::pow(T(10), exponent);
     }
 }
 

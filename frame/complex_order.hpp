@@ -1,5 +1,7 @@
 #pragma once
 
+#include "backend/math/arctangent.hpp"
+#include "backend/math/hypotenuse.hpp"
 #include "device.hpp"
 #include "frame/complex.hpp"
 #include "math.hpp"

@@ -3,7 +3,9 @@
 #include <limits>
 #include <type_traits>
 
-#include "lane_math.hpp"
+#include "backend/math/inverse_error.hpp"
+#include "backend/math/logarithm.hpp"
+#include "backend/math/trigonometric.hpp"
 #include "lanes.hpp"
 #include "math.hpp"
 
@@ -99,9 +101,9 @@ struct NormalConversionBoxMuller {
     GPU_DEVICE void operator()(DoubleLanes u1, DoubleLanes u2, DoubleLanes& first,
                                DoubleLanes& second) const {
         constexpr double twoPi = 0x1.921fb54442d18p+2;
-        DoubleLanes const r = gpuruntime::backend::sqrt(-2.0 * gpuruntime::backend::log(u1));
+        DoubleLanes const r = gpuruntime::backend::sqrt(-2.0 * gpuruntime::backend::logOfNormal(u1));
         DoubleLanes sine, cosine;
-        gpuruntime::backend::sinCos(u2 * twoPi, sine, cosine);
+        gpuruntime::backend::sinCosOfTurn(u2 * twoPi, sine, cosine);
         first = r * cosine;
         second = r * sine;
     }

@@ -14,6 +14,7 @@ packages=(
     libhwy-dev         # vectorised sort on the host device
     libthrust-dev      # Thrust on the host device; the CUDA toolkit brings its own
     libgtest-dev       # tests
+    libmpfr-dev        # what the mathematical functions are tested against
     libbenchmark-dev   # benchmarks
 )
 for option in "$@"; do

@@ -37,7 +37,8 @@ GPU_DEVICE WordLanes wideProduct(WordLanes a, WordLanes b) {
     return static_cast<unsigned long>(static_cast<unsigned int>(a)) * static_cast<unsigned int>(b);
 }
 
-GPU_DEVICE DoubleLanes sqrt(DoubleLanes x) { return ::sqrt(x); }
+/// Whether a comparison holds in all lanes.
+GPU_DEVICE bool all(bool holds) { return holds; }
 
 /// The exact value of an integer below 2^53.
 GPU_DEVICE DoubleLanes exactDouble(WordLanes integer) { return static_cast<double>(integer); }

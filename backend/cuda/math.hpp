@@ -4,40 +4,9 @@
 
 #include "device.hpp"
 
-/// The device's math library, and the tests on floating values.
+/// What the machine does in one rounding or none, and the tests on floating values. Functions that take more
+/// are those of backend/math; no device's own library is called for one.
 namespace gpuruntime::backend {
-
-template <class T>
-GPU_DEVICE T pow(T base, T exponent) {
-    return ::pow(base, exponent);
-}
-
-template <class T>
-GPU_DEVICE T exp(T x) {
-    return ::exp(x);
-}
-
-template <class T>
-GPU_DEVICE T sin(T x) {
-    return ::sin(x);
-}
-
-template <class T>
-GPU_DEVICE T cos(T x) {
-    return ::cos(x);
-}
-
-/// The angle of the point (`x`, `y`), in [-pi, pi].
-template <class T>
-GPU_DEVICE T atan2(T y, T x) {
-    return ::atan2(y, x);
-}
-
-/// The length of (`x`, `y`), without overflow on the way; infinite if either is, even beside a NaN.
-template <class T>
-GPU_DEVICE T hypot(T x, T y) {
-    return ::hypot(x, y);
-}
 
 template <class T>
 GPU_DEVICE T floor(T x) {
@@ -54,11 +23,20 @@ GPU_DEVICE T copySign(T magnitude, T sign) {
     return ::copysign(magnitude, sign);
 }
 
+template <class T>
+GPU_DEVICE T sqrt(T x) {
+    return ::sqrt(x);
+}
+
 /// a * b + c in one rounding.
 template <class T>
 GPU_DEVICE T fma(T a, T b, T c) {
     return ::fma(a, b, c);
 }
+
+/// The same 64 bits as another type.
+GPU_DEVICE unsigned long bitsOf(double x) { return static_cast<unsigned long>(__double_as_longlong(x)); }
+GPU_DEVICE double withBits(unsigned long bits) { return __longlong_as_double(static_cast<long long>(bits)); }
 
 template <class T>
 GPU_DEVICE bool isNaN(T x) {

@@ -3,6 +3,7 @@
 #include <immintrin.h>
 
 #include "device.hpp"
+#include "math.hpp"
 
 /// Values of neighbouring threads, one per lane of a machine vector, for phases whose arithmetic a compiler
 /// does not vectorise by itself. The operators of the element type work lane by lane, a comparison gives a
@@ -13,6 +14,7 @@ namespace gpuruntime::backend {
 inline constexpr unsigned int laneCount = 4;
 using WordLanes = unsigned long __attribute__((vector_size(32)));
 using DoubleLanes = double __attribute__((vector_size(32)));
+using MaskLanes = long __attribute__((vector_size(32)));
 
 /// Calls `f(t)` for the first thread `t` of every group of `laneCount`; no barrier follows. The block's size
 /// is a multiple of `laneCount`.
@@ -41,11 +43,21 @@ GPU_DEVICE WordLanes wideProduct(WordLanes a, WordLanes b) {
         _mm256_mul_epu32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
 }
 
+/// Whether a comparison holds in all lanes.
+GPU_DEVICE bool all(bool holds) { return holds; }
+GPU_DEVICE bool all(MaskLanes holds) { return _mm256_movemask_pd(reinterpret_cast<__m256d>(holds)) == 0xf; }
+
 /// The same 64 bits as another type.
 GPU_DEVICE WordLanes bitsOf(DoubleLanes x) { return reinterpret_cast<WordLanes>(x); }
 GPU_DEVICE DoubleLanes withBits(WordLanes bits) { return reinterpret_cast<DoubleLanes>(bits); }
 
 GPU_DEVICE DoubleLanes fma(DoubleLanes a, DoubleLanes b, DoubleLanes c) { return _mm256_fmadd_pd(a, b, c); }
+GPU_DEVICE DoubleLanes fma(DoubleLanes a, DoubleLanes b, double c) { return fma(a, b, doubleLanes(c)); }
+GPU_DEVICE DoubleLanes fma(DoubleLanes a, double b, DoubleLanes c) { return fma(a, doubleLanes(b), c); }
+GPU_DEVICE DoubleLanes fma(DoubleLanes a, double b, double c) {
+    return fma(a, doubleLanes(b), doubleLanes(c));
+}
+GPU_DEVICE DoubleLanes fma(double a, DoubleLanes b, DoubleLanes c) { return fma(doubleLanes(a), b, c); }
 GPU_DEVICE DoubleLanes sqrt(DoubleLanes x) { return _mm256_sqrt_pd(x); }
 GPU_DEVICE DoubleLanes floor(DoubleLanes x) { return _mm256_floor_pd(x); }
 GPU_DEVICE DoubleLanes abs(DoubleLanes x) { return withBits(bitsOf(x) & 0x7fffffffffffffff); }

@@ -6,40 +6,9 @@
 
 #include "device.hpp"
 
-/// The device's math library, and the tests on floating values.
+/// What the machine does in one rounding or none, and the tests on floating values. Functions that take more
+/// are those of backend/math; no device's own library is called for one.
 namespace gpuruntime::backend {
-
-template <class T>
-GPU_DEVICE T pow(T base, T exponent) {
-    return std::pow(base, exponent);
-}
-
-template <class T>
-GPU_DEVICE T exp(T x) {
-    return std::exp(x);
-}
-
-template <class T>
-GPU_DEVICE T sin(T x) {
-    return std::sin(x);
-}
-
-template <class T>
-GPU_DEVICE T cos(T x) {
-    return std::cos(x);
-}
-
-/// The angle of the point (`x`, `y`), in [-pi, pi].
-template <class T>
-GPU_DEVICE T atan2(T y, T x) {
-    return std::atan2(y, x);
-}
-
-/// The length of (`x`, `y`), without overflow on the way; infinite if either is, even beside a NaN.
-template <class T>
-GPU_DEVICE T hypot(T x, T y) {
-    return std::hypot(x, y);
-}
 
 template <class T>
 GPU_DEVICE T floor(T x) {
@@ -56,10 +25,27 @@ GPU_DEVICE T copySign(T magnitude, T sign) {
     return std::copysign(magnitude, sign);
 }
 
+template <class T>
+GPU_DEVICE T sqrt(T x) {
+    return std::sqrt(x);
+}
+
 /// a * b + c in one rounding.
 template <class T>
 GPU_DEVICE T fma(T a, T b, T c) {
     return std::fma(a, b, c);
+}
+
+/// The same 64 bits as another type.
+GPU_DEVICE unsigned long bitsOf(double x) {
+    unsigned long bits;
+    std::memcpy(&bits, &x, sizeof bits);
+    return bits;
+}
+GPU_DEVICE double withBits(unsigned long bits) {
+    double x;
+    std::memcpy(&x, &bits, sizeof x);
+    return x;
 }
 
 template <class T>

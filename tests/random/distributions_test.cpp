@@ -75,11 +75,11 @@ std::vector<T> expectedRandI(State const& state, double lowest, double highest, 
     return values;
 }
 
-// In units of the last place of the element type. In double: the device's inverse error function and a
-// product; sine, cosine, logarithm and two roundings. In float, one rounding of such a double.
+// In units of the last place of the element type. In double: the inverse error function and a product; sine,
+// cosine, logarithm and two roundings. In float, one rounding of such a double.
 template <class T>
 struct Tolerance {
-    static constexpr double inversion = 7, boxMuller = 4;
+    static constexpr double inversion = 4, boxMuller = 2.5;
 };
 template <>
 struct Tolerance<float> {

@@ -10,6 +10,7 @@
 #include "frame/complex.hpp"
 #include "tests/elementwise/guarded_product_reference.hpp"
 #include "tests/support/elements.hpp"
+#include "tests/support/rounded.hpp"
 
 /// Plain models of the reductions and scans, thread by thread and step by step, in the order that is
 /// promised.
@@ -98,7 +99,7 @@ struct Extremum {
 
     static bool isNaN(T value) {
         if constexpr (isComplex<T>) {
-            return std::isnan(std::hypot(value.x, value.y));
+            return std::isnan(roundedHypot(value.x, value.y));
         } else if constexpr (isFloating<T>) {
             return std::isnan(value);
         } else {
@@ -116,7 +117,7 @@ struct Extremum {
             return above(a, b);
         } else {
             using P = Part<T>;
-            P const ma = std::hypot(a.x, a.y), mb = std::hypot(b.x, b.y);
+            P const ma = roundedHypot(a.x, a.y), mb = roundedHypot(b.x, b.y);
             if (ma != mb) return above(ma, mb);
             if (std::isinf(ma)) {
                 P const ha = halved(a), hb = halved(b);
@@ -128,7 +129,7 @@ struct Extremum {
             P const hiB = std::fmax(std::fabs(b.x), std::fabs(b.y)),
                     loB = std::fmin(std::fabs(b.x), std::fabs(b.y));
             if (hiA == hiB && loA != loB) return above(loA, loB);
-            return above(std::atan2(a.y, a.x), std::atan2(b.y, b.x));
+            return above(roundedAtan2(a.y, a.x), roundedAtan2(b.y, b.x));
         }
     }
 
@@ -156,7 +157,8 @@ struct Extremum {
     template <class C>
     static Part<C> halved(C value) {
         auto const x = value.x / 2, y = value.y / 2;
-        return std::isnan(x) || std::isnan(y) ? std::numeric_limits<Part<C>>::quiet_NaN() : std::hypot(x, y);
+        return std::isnan(x) || std::isnan(y) ? std::numeric_limits<Part<C>>::quiet_NaN()
+                                              : roundedHypot(x, y);
     }
 };
 

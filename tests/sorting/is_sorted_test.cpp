@@ -26,7 +26,7 @@ bool isStronglySorted(Elements<T> const& values) {
 template <class T>
 bool mayFollow(T const& u, T const& v) {
     if constexpr (internal::isComplex<T>) {
-        auto const mu = std::hypot(u.x, u.y), mv = std::hypot(v.x, v.y);
+        auto const mu = roundedHypot(u.x, u.y), mv = roundedHypot(v.x, v.y);
         if (mu < mv || mv != mv) return true;
         if (mv < mu || mu != mu) return false;
         return compareByMagnitude(u, v) <= 0;

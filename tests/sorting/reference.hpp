@@ -11,6 +11,7 @@
 
 #include "frame/complex.hpp"
 #include "tests/support/device_array.hpp"
+#include "tests/support/rounded.hpp"
 #include "tests/support/values.hpp"
 
 /// The orders as plain comparisons on the host, and data that strains them.
@@ -30,9 +31,11 @@ bool isNaN(T const& x) {
 /// an infinity, a part that is NaN counts as neither the larger nor the smaller.
 template <class T>
 int compareByMagnitude(T const& x, T const& y) {
-    auto mx = std::hypot(x.x, x.y), my = std::hypot(y.x, y.y);
+    auto mx = roundedHypot(x.x, x.y), my = roundedHypot(y.x, y.y);
     using P = decltype(mx);
-    auto const halved = [](T const& v) { return isNaN(v) ? P(NAN) : std::hypot(v.x * P(0.5), v.y * P(0.5)); };
+    auto const halved = [](T const& v) {
+        return isNaN(v) ? P(NAN) : roundedHypot(v.x * P(0.5), v.y * P(0.5));
+    };
     if (mx < my) return -1;
     if (my < mx) return 1;
     if (my == P(INFINITY)) {
@@ -45,7 +48,7 @@ int compareByMagnitude(T const& x, T const& y) {
     auto const larger = [](T const& v) { return std::fmax(std::abs(v.x), std::abs(v.y)); };
     if (larger(x) == larger(y) && smaller(x) < smaller(y)) return -1;
     if (larger(x) == larger(y) && smaller(y) < smaller(x)) return 1;
-    P const angleX = std::atan2(x.y, x.x), angleY = std::atan2(y.y, y.x);
+    P const angleX = roundedAtan2(x.y, x.x), angleY = roundedAtan2(y.y, y.x);
     return angleX < angleY ? -1 : angleY < angleX ? 1 : 0;
 }
 

@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""Prints the coefficients in backend/host/lane_math.hpp, each list with the largest relative error that it leaves in
-the value it is for. Needs mpmath.
+"""Prints the numbers in the headers of backend/math: coefficients, each list with the largest relative error that it
+leaves in the value it is for, constants in as many words as they need, and the bits of 2 / pi. Needs mpmath.
 
 A polynomial interpolates its function at the Chebyshev points, which is within a factor of about two of the best one of
 its degree. It is found in high precision, and its coefficients are rounded at the end.
 """
 
-from mpmath import cos, erfc, exp, log, mp, mpf, pi, sin, sqrt
+from mpmath import atan, cos, erfc, exp, floor, log, mp, mpf, pi, sin, sqrt
 
 mp.dps = 80
 
@@ -56,9 +56,9 @@ def show(name, coefficients, error_at, low, high, samples=400):
         print(f"    {float(a).hex()},")
 
 
-def fit_term(name, f, high, degree, weight):
+def fit_term(name, f, high, degree, weight, low=0):
     """A polynomial in x itself; `weight` is the part that an error of 1 has in the whole value."""
-    low = mpf(10) ** -12  # the terms are 0 / 0 at 0
+    low += mpf(10) ** -12  # the terms are 0 / 0 at 0
     coefficients = in_powers_of_x(interpolation(f, low, high, degree), low, high)
     show(name, coefficients, lambda c, x: (value_at(c, x) - f(x)) * weight(x), low, high)
 
@@ -94,6 +94,19 @@ def cos_term(z):
     return (cos(sqrt(z)) - 1 + z / 2) / z**2
 
 
+def atanh_rest(z):
+    return (atanh_term(z) - mpf(2) / 3) / z
+
+
+def exp_term(r):
+    return (exp(r) - 1 - r) / r**2
+
+
+def atan_term(z):
+    q = sqrt(z)
+    return (atan(q) / q - 1) / z
+
+
 def central_inverse_error(w):
     if w == 0:
         return sqrt(pi) / 2
@@ -105,9 +118,44 @@ def tail_inverse_error(s):
     return erfc_inverse(exp(-s * s))
 
 
+def show_constant(name, value, bits):
+    """In several words: each takes so many bits of what the ones before leave."""
+    print(f"{name}:")
+    for count in bits:
+        unit = mpf(2) ** (int(floor(log(abs(value), 2))) + 1 - count)
+        word = floor(value / unit + mpf(1) / 2) * unit
+        print(f"    {float(word).hex()}")
+        value -= word
+
+
+def show_bits(name, value, count):
+    """As words of 64 bits of the fraction, the first a zero."""
+    print(f"{name}:")
+    bits = int(floor(value * mpf(2) ** (64 * count)))
+    for k in range(count, -1, -1):
+        print(f"    0x{(bits >> (64 * k)) & (2**64 - 1):016x},")
+
+
+root_span = (3 - 2 * sqrt(mpf(2))) ** 2
+fit_term("atanhTerm", atanh_term, root_span, 6, lambda z: z / 2)
+fit_term("atanhRest", atanh_rest, root_span * mpf("1.0001"), 7, lambda z: z**2 / 2)
+
+half_ln2 = log(mpf(2)) / 2 * mpf("1.0001")
+fit_term("expTerm", exp_term, half_ln2, 10, lambda r: r**2 / exp(r), low=-half_ln2)
+
 eighth = (pi / 4 * mpf("1.0001")) ** 2
-fit_term("atanhTerm", atanh_term, (3 - 2 * sqrt(mpf(2))) ** 2, 6, lambda z: z / 2)
 fit_term("sinTerm", sin_term, eighth, 5, lambda z: z)
 fit_term("cosTerm", cos_term, eighth, 5, lambda z: z**2 * sqrt(mpf(2)))
+fit_term("atanTerm", atan_term, (sqrt(mpf(2)) - 1) ** 2 * mpf("1.0001"), 11, lambda z: z)
+
 fit_scaled("centralInverseError", central_inverse_error, mpf(0), mpf("6.25"), 23)
 fit_scaled("tailInverseError", tail_inverse_error, mpf("2.625"), mpf("6.25"), 21)
+fit_scaled("farInverseError", tail_inverse_error, mpf("6.25"), mpf("13.25"), 21)
+fit_scaled("farthestInverseError", tail_inverse_error, mpf("13.25"), mpf("27.375"), 21)
+
+show_constant("ln 2", log(mpf(2)), [42, 53])
+show_constant("2 / 3", mpf(2) / 3, [53, 53])
+show_constant("pi / 2", pi / 2, [53, 53, 53])
+show_constant("log2 e", 1 / log(mpf(2)), [53])
+mp.dps = 400
+show_bits("2 / pi", 2 / pi, 19)
