@@ -16,9 +16,8 @@ inline constexpr double log2e = 0x1.71547652b82fep+0;
 inline constexpr double ln2High = 0x1.62e42fefa3800p-1;  // 42 bits: its products with exponents are exact
 inline constexpr double ln2Low = 0x1.ef35793c76730p-45;
 
-/// e^(x.high + x.low) for |x.high| up to 800. With k the nearest integer to x / ln 2, it is 2^k e^r with r =
-/// x
-/// - k ln 2. The power of two is applied in two steps, of which only the second can round.
+/// e^(x.high + x.low) for |x.high| up to 800: 2^k e^r, where k is the integer nearest to x / ln 2, and r what
+/// k ln 2 leaves of x. The power of two is applied in two steps, of which only the second can round.
 template <class D>
 GPU_DEVICE D expOfSum(DoubleWord<D> x) {
     D const shifted = fma(x.high, log2e, integerOrigin);

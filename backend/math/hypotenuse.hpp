@@ -4,7 +4,7 @@
 
 namespace gpuruntime::backend {
 
-/// The length of (`x`, `y`); largest error seen 0.74 ulp, below the normal numbers, and 0.51 above; infinite
+/// The length of (`x`, `y`); largest error seen 0.74 ulp, below the normal numbers, and 0.50 above; infinite
 /// if either is, even beside a NaN. The magnitudes are scaled by a power of two so that no square overflows
 /// or loses digits, and the root takes a step of Newton's method with the exact error of its square. C. F.
 /// Borges, "An improved algorithm for hypot(a, b)" (2019).

@@ -20,7 +20,7 @@ inline constexpr double cosTerm[] = {
 /// pi / 2 in three words.
 inline constexpr double halfPiHigh = 0x1.921fb54442d18p+0, halfPiLow = 0x1.1a62633145c07p-54,
                         halfPiLowest = -0x1.f1976b7ed8fbcp-110;
-inline constexpr double turnsPerHalfPi = 0x1.45f306dc9c883p-1;
+inline constexpr double quartersPerRadian = 0x1.45f306dc9c883p-1;
 
 /// An angle as a number of quarter turns, of which the low bits are of meaning, and the rest, within pi / 4
 /// of 0.
@@ -30,11 +30,11 @@ struct ReducedAngle {
     DoubleWord<D> rest;
 };
 
-/// Of an angle from 0 to 2 pi, or a `float` below `smallAngle`. The first product is taken away exactly, and
-/// the second is small beside what is left, or nothing is left.
+/// Of an angle from 0 to 2 pi. The first product is taken away exactly, and the second is small beside what
+/// is left, or nothing is left. It also serves a `float` below `smallAngle`, which needs no low word.
 template <class D>
 GPU_DEVICE ReducedAngle<D> reducedOfTurn(D angle) {
-    D const shifted = fma(angle, turnsPerHalfPi, integerOrigin);
+    D const shifted = fma(angle, quartersPerRadian, integerOrigin);
     D const quarters = shifted - integerOrigin;
     D const left = fma(quarters, -halfPiHigh, angle);
     D const rest = fma(quarters, -halfPiLow, left);
@@ -46,7 +46,7 @@ GPU_DEVICE ReducedAngle<D> reducedOfTurn(D angle) {
 inline constexpr double smallAngle = 0x1p30;
 
 GPU_DEVICE ReducedAngle<double> reducedOfSmall(double angle) {
-    double const shifted = fma(angle, turnsPerHalfPi, integerOrigin);
+    double const shifted = fma(angle, quartersPerRadian, integerOrigin);
     double const quarters = shifted - integerOrigin;
     DoubleWord<double> const second = exactProduct(quarters, halfPiLow);
     DoubleWord<double> const rest = exactSum(fma(quarters, -halfPiHigh, angle), -second.high);
@@ -62,8 +62,7 @@ GPU_DEVICE unsigned long highProduct(unsigned long a, unsigned long b) {
     return aHigh * bHigh + (middle >> 32) + (carried >> 32);
 }
 
-/// `count` bits, at most 52, of a fraction of which `count` bits have been shifted out of the way, as a
-/// number.
+/// An integer below 2^52, times `unit`.
 GPU_DEVICE double fractionBits(unsigned long bits, double unit) {
     return (withBits(bits | 0x4330000000000000) - 0x1p52) * unit;
 }

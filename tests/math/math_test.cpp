@@ -15,6 +15,7 @@
 #include "frame/fixed_block.hpp"
 #include "tests/math/functions.hpp"
 #include "tests/support/device_array.hpp"
+#include "tests/support/hash.hpp"
 #include "tests/support/values.hpp"
 
 namespace gpuruntime::testing {
@@ -561,6 +562,61 @@ TEST(InverseErrorFunction, TakesSpecialValues) {
                               {-inf, 0, nan},
                               {nan, 0, nan}});
     expectCasesOf<ErfcInverse, double>({{-smallest, 0, nan}, {std::nextafter(2, 3), 0, nan}});
+}
+
+// --- The bits themselves ---
+
+// Numbers of all magnitudes and such as occur, made without a mathematical function of the C library.
+template <class T>
+Points<T> corpus() {
+    std::mt19937_64 engine(10);
+    auto const any = [&] {
+        std::conditional_t<sizeof(T) == 8, unsigned long, unsigned int> const bits =
+            engine() >> (64 - 8 * sizeof(T));
+        T value;
+        std::memcpy(&value, &bits, sizeof value);
+        return value;
+    };
+    auto const moderate = [&] {
+        return static_cast<T>(static_cast<long>(engine() >> 40) - (1l << 23)) / T(1 << 17);
+    };
+    Points<T> points;
+    for (int i = 0; i < 4000; ++i) {
+        points.add(any(), any());
+        points.add(moderate(), moderate());
+        points.add(std::fabs(moderate()) / 32, any());
+        points.add(any(), moderate());
+    }
+    return points;
+}
+
+template <class F, class T>
+unsigned long hashOf() {
+    Hash hash;
+    hash.add<T>(results<F>(corpus<T>()));
+    return hash.value();
+}
+
+// A changed hash is a changed result, on this device or on all, to be decided on.
+TEST(Bits, AreTheSameOnEveryDevice) {
+    EXPECT_EQ(0xdefe86c768449ca3, (hashOf<Exp, double>()));
+    EXPECT_EQ(0xa041cc1b6bdc86ef, (hashOf<Exp, float>()));
+    EXPECT_EQ(0xe0d51ae47cf03fd9, (hashOf<Log, double>()));
+    EXPECT_EQ(0x4212d5ba0f44af83, (hashOf<Log, float>()));
+    EXPECT_EQ(0xd82cac7b4cd4ae5e, (hashOf<Pow, double>()));
+    EXPECT_EQ(0xfd03a100eac7bd26, (hashOf<Pow, float>()));
+    EXPECT_EQ(0xf30d577bfe1e9528, (hashOf<Sin, double>()));
+    EXPECT_EQ(0x8b33a73ec03eb877, (hashOf<Sin, float>()));
+    EXPECT_EQ(0x90a911faba28e30c, (hashOf<Cos, double>()));
+    EXPECT_EQ(0x479c43fad3bc07b8, (hashOf<Cos, float>()));
+    EXPECT_EQ(0x9294c4657a3398e4, (hashOf<Atan2, double>()));
+    EXPECT_EQ(0x11ad3829f2a0627e, (hashOf<Atan2, float>()));
+    EXPECT_EQ(0x038d4d14191b7e22, (hashOf<Hypot, double>()));
+    EXPECT_EQ(0x25c6454e3d9be774, (hashOf<Hypot, float>()));
+    EXPECT_EQ(0x23346d4ed3bd4d69, (hashOf<LogOfLength, double>()));
+    EXPECT_EQ(0x8af41ac7081109e8, (hashOf<LogOfLength, float>()));
+    EXPECT_EQ(0x1c09c81e55be1d4a, (hashOf<ErfcInverse, double>()));
+    EXPECT_EQ(0xe2da48aa5fbfeea9, (hashOf<ErfcInverse, float>()));
 }
 
 }  // namespace
