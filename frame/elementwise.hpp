@@ -6,6 +6,7 @@
 #include "frame/launch.hpp"
 #include "frame/shape.hpp"
 #include "rows.hpp"
+#include "run.hpp"
 #include "store.hpp"
 
 /// Element-wise frames: one independent thread per element. A functor is an empty type with a device-side
@@ -54,6 +55,8 @@ GPU_KERNEL void singleStepKernel(unsigned int n, Args... args) {
     unsigned int const first = (backend::gridSize().x * block.y + block.x) * threads.size();
     if constexpr (std::is_invocable_v<decltype(&Functor::apply), BlockOfElements, Args...>) {
         Functor::apply(BlockOfElements{threads, first, n}, args...);
+    } else if constexpr (std::is_invocable_v<decltype(&Functor::apply), backend::Run, Args...>) {
+        backend::withRun(threads, first, n, [&](backend::Run run) { Functor::apply(run, args...); });
     } else {
         threads.forEachIndex(first, 0, n, [&](unsigned int i) { Functor::apply(Position{i, n}, args...); });
     }

@@ -25,4 +25,15 @@ void instantiate(detail::Opaque& opaque, TypeList<T...>) {
     (instantiateOperator(opaque, &Family::template Invoker<T>::operator()), ...);
 }
 
+template <class Family, class First, class... Second>
+void instantiateWith(detail::Opaque& opaque, TypeList<Second...>) {
+    (instantiateOperator(opaque, &Family::template Invoker<First, Second>::operator()), ...);
+}
+
+/// Emits `Family::Invoker<First, Second>::operator()` for each pair of types of the two lists.
+template <class Family, class... First, class SecondList>
+void instantiate2(detail::Opaque& opaque, TypeList<First...>, SecondList seconds) {
+    (instantiateWith<Family, First>(opaque, seconds), ...);
+}
+
 }  // namespace gpuruntime::internal

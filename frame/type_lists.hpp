@@ -59,10 +59,12 @@ using ComplexIntegers = Built<char2, uchar2, short2, ushort2, int2, uint2, long2
 using FloatingComplex = Built<float2, double2>;
 
 using RealNumeric = Concatenate<Integers, FloatingReal>;
+using Real = Concatenate<Boolean, RealNumeric>;
+using Complex = Concatenate<ComplexIntegers, FloatingComplex>;
 using Floating = Concatenate<FloatingReal, FloatingComplex>;
 using FloatingWithBool = Concatenate<Boolean, Floating>;
-using Ordered = Concatenate<Boolean, RealNumeric, FloatingComplex>;
-using All = Concatenate<Boolean, RealNumeric, ComplexIntegers, FloatingComplex>;
+using Ordered = Concatenate<Real, FloatingComplex>;
+using All = Concatenate<Real, Complex>;
 
 /// The real types of families that convert to them from `double`, which each width and sign does in its own
 /// way.

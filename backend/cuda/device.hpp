@@ -10,6 +10,10 @@
 #define GPU_DEVICE_CALL __device__ __noinline__
 #define GPU_SHARED __shared__
 
+/// A step over a run of elements that many kernels share; a run is a single element here, and the step is its
+/// thread's own code.
+#define GPU_STEP __device__ __forceinline__
+
 /// After the parameters of a lambda that must not be called out of line; here none is.
 #define GPU_INLINE
 

@@ -2,12 +2,13 @@
 
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "device.hpp"
 
 /// Conversions between floating values and integers. To integers they go as the GPU's instructions make them:
-/// toward zero, saturating at the range of the target; the value must not be NaN. Written without branches,
-/// so that loops vectorise.
+/// toward zero, saturating at the range of the target; the value must not be NaN. From integers they round to
+/// nearest even. Written without branches, so that loops vectorise.
 namespace gpuruntime::backend {
 
 /// A whole number from -2^51 to 2^51: the sum with 1.5 * 2^52 has it in its mantissa.
@@ -31,12 +32,42 @@ GPU_DEVICE double fromUint32(unsigned int value) {
     return shifted - origin;
 }
 
-GPU_DEVICE double clamped(double value, double low, double high) {
-    double const raised = value > low ? value : low;
+/// Of 64-bit integers the high and the low half are exact, and their sum is rounded once.
+template <class To, class From>
+GPU_DEVICE To fromInteger(From value) {
+    constexpr bool isWide = sizeof(From) == 8;
+    if constexpr (isWide && std::is_same_v<To, double>) {
+        auto const low = static_cast<unsigned int>(value);
+        if constexpr (std::is_signed_v<From>) {
+            return static_cast<double>(static_cast<int>(value >> 32)) * 0x1p32 + fromUint32(low);
+        } else {
+            return fromUint32(static_cast<unsigned int>(value >> 32)) * 0x1p32 + fromUint32(low);
+        }
+    } else if constexpr (isWide && std::is_unsigned_v<From>) {
+        // Half of a value too large for a signed integer; the bit that it loses still counts in rounding.
+        bool const isLarge = static_cast<long>(value) < 0;
+        auto const inside = static_cast<long>(isLarge ? value >> 1 | (value & 1) : value);
+        return static_cast<float>(inside) * (isLarge ? 2.0f : 1.0f);
+    } else if constexpr (std::is_same_v<From, unsigned int>) {
+        return static_cast<To>(fromUint32(value));
+    } else {
+        return static_cast<To>(value);
+    }
+}
+
+template <class T>
+GPU_DEVICE T clamped(T value, T low, T high) {
+    T const raised = value > low ? value : low;
     return raised < high ? raised : high;
 }
 
 GPU_DEVICE int toInt32(double value) { return static_cast<int>(clamped(value, -2147483648.0, 2147483647.0)); }
+
+GPU_DEVICE int toInt32(float value) {
+    float const justInside = 0x1.fffffep30f;  // 2^31 itself is one too large
+    int const inside = static_cast<int>(clamped(value, -0x1p31f, justInside));
+    return value > justInside ? 2147483647 : inside;
+}
 
 GPU_DEVICE unsigned int toUint32(double value) {
     return static_cast<unsigned int>(wholeBits(clamped(std::trunc(value), 0.0, 4294967295.0)));

@@ -15,6 +15,9 @@
 #define GPU_DEVICE_CALL inline
 #define GPU_SHARED
 
+/// A step over a run of elements that many kernels share: a function of its own, built once for all of them.
+#define GPU_STEP inline __attribute__((noinline))
+
 /// After the parameters of a lambda that several loops call: with it out of line they would not vectorise.
 #define GPU_INLINE __attribute__((always_inline))
 

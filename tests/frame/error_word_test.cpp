@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/elementwise.hpp"
+#include "tests/frame/other_error_word.hpp"
 #include "tests/support/device_array.hpp"
 
 namespace gpuruntime {
@@ -40,6 +41,13 @@ cudaError CheckRange::Invoker::operator()(CUstream_st* stream, unsigned long n, 
 
 namespace {
 
+// A second family of this unit, which reports through the same word.
+struct FlagZeroKernel {
+    static GPU_DEVICE void apply(elementwisedetail::Position at, int const* in) {
+        if (in[at.i] == 0) internal::reportError(__KVX_PTX_ERROR_CODE, 1057);
+    }
+};
+
 using testing::DeviceArray;
 
 // The first test to run sees the word as the library was loaded.
@@ -76,6 +84,23 @@ TEST(ErrorWord, OneOfSeveralReportsWins) {
     EXPECT_EQ(cudaSuccess, CheckRange::Invoker()(nullptr, values.size(), mixed.data()));
     unsigned int const code = CheckRange().getErrorFlag(nullptr);
     EXPECT_TRUE(code == 1001u || code == 1002u) << code;
+}
+
+TEST(ErrorWord, IsOneForTheFamiliesOfAUnit) {
+    DeviceArray<int> zero({0});
+    EXPECT_EQ(cudaSuccess, CheckRange::Invoker()(nullptr, 1, zero.data()));
+    EXPECT_EQ(cudaSuccess, elementwisedetail::launch<FlagZeroKernel>(nullptr, 1, zero.data()));
+    EXPECT_EQ(1057u, CheckRange().getErrorFlag(nullptr));
+}
+
+TEST(ErrorWord, IsAnotherInEachUnit) {
+    DeviceArray<int> good({1}), bad({-5});
+    EXPECT_EQ(cudaSuccess, CheckRange::Invoker()(nullptr, 1, bad.data()));
+    testing::reportInAnotherUnit(1002);
+    EXPECT_EQ(1001u, CheckRange().getErrorFlag(nullptr));
+    EXPECT_EQ(1002u, testing::errorFlagOfAnotherUnit());
+    EXPECT_EQ(cudaSuccess, CheckRange::Invoker()(nullptr, 1, good.data()));
+    EXPECT_EQ(1002u, testing::errorFlagOfAnotherUnit());
 }
 
 TEST(ErrorWord, IsResetWithoutElementsToo) {
