@@ -14,25 +14,13 @@
 /// Casts, over any pair of types: only the steps are made for types of parts.
 namespace gpuruntime::internal {
 
-/// Calls `use(values)` with the parts of a run as `P`, `size` of them: those in memory if they are such.
-template <class P, class Source, class Use>
-GPU_DEVICE void withParts(unsigned int size, Source const* from, Use use) {
-    if constexpr (std::is_same_v<P, Source>) {
-        use(from);
-    } else {
-        P values[backend::Run::capacity];
-        castEach(size, values, from);
-        use(values);
-    }
-}
-
 /// Writes the elements of a run as `Target`.
 template <class Target, class Source>
 GPU_DEVICE void castRun(unsigned int size, Target* to, Source const* from) {
     if constexpr (isComplex<Source>) {
         castRun(2 * size, parts(to), parts(from));
     } else if constexpr (isComplex<Target>) {
-        withParts<Part<Target>>(size, from, [&](auto const* re) { complexify(size, to, re); });
+        withCast<Part<Target>>(size, from, [&](auto const* re) { complexify(size, to, re); });
     } else if constexpr (std::is_same_v<Target, Source>) {
         copyEach(size, to, from);
     } else {

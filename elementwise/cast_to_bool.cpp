@@ -29,10 +29,6 @@ struct CastToBoolKernel {
     }
 };
 
-GPU_STEP void replaceWhere(unsigned int size, bool* to, bool const* where, bool value) {
-    backend::forEachOf(size, [&](unsigned int k) { to[k] = where[k] ? value : to[k]; });
-}
-
 template <class T>
 struct CastToBoolAllowNaNKernel {
     static GPU_DEVICE void apply(backend::Run run, bool* out, T const* in, bool nanValue) {
@@ -42,7 +38,7 @@ struct CastToBoolAllowNaNKernel {
             if constexpr (std::is_floating_point_v<internal::Part<T>>) {
                 bool isNaN[backend::Run::capacity];
                 internal::testElements<internal::IsNotANumber>(run.size, isNaN, from.data());
-                replaceWhere(run.size, to, isNaN, nanValue);
+                internal::replaceWhere(run.size, to, isNaN, nanValue);
             }
         });
     }

@@ -25,6 +25,18 @@ GPU_STEP void castEach(unsigned int size, To* to, From const* from) {
     backend::forEachOf(size, [&](unsigned int k) { to[k] = cast<To>(from[k]); });
 }
 
+/// Calls `use(values)` with the parts of a run as `P`, `size` of them: those in memory if they are such.
+template <class P, class Source, class Use>
+GPU_DEVICE void withCast(unsigned int size, Source const* from, Use use) {
+    if constexpr (std::is_same_v<P, Source>) {
+        use(from);
+    } else {
+        P values[2 * backend::Run::capacity];
+        castEach(size, values, from);
+        use(values);
+    }
+}
+
 template <class T>
 GPU_STEP void copyEach(unsigned int size, T* to, T const* from) {
     backend::forEachOf(size, [&](unsigned int k) { to[k] = from[k]; });
@@ -53,14 +65,32 @@ struct IsNotANumber {
     }
 };
 
+struct IsInfinite {
+    template <class T>
+    static GPU_DEVICE bool holds(T value) {
+        return backend::isInf(value);
+    }
+};
+
+struct IsNotFinite {
+    template <class T>
+    static GPU_DEVICE bool holds(T value) {
+        return !backend::isFinite(value);
+    }
+};
+
 template <class Test, class T>
 GPU_STEP void testEach(unsigned int size, bool* to, T const* from) {
     backend::forEachOf(size, [&](unsigned int k) { to[k] = Test::holds(from[k]); });
 }
 
-/// Whether each two flags hold, or one of them.
+/// Of each two flags, whether one holds.
 GPU_STEP void joinByOr(unsigned int size, bool* to, bool const* flags) {
     backend::forEachOf(size, [&](unsigned int k) { to[k] = flags[2 * k] | flags[2 * k + 1]; });
+}
+
+GPU_STEP void replaceWhere(unsigned int size, bool* to, bool const* where, bool value) {
+    backend::forEachOf(size, [&](unsigned int k) { to[k] = where[k] ? value : to[k]; });
 }
 
 /// Whether the test holds for each element; for either part of complex ones.

@@ -12,6 +12,8 @@ GPU_DEVICE unsigned int atomicCompareAndSwap(unsigned int& word, unsigned int ex
 
 GPU_DEVICE unsigned int atomicAnd(unsigned int& word, unsigned int mask) { return ::atomicAnd(&word, mask); }
 
+GPU_DEVICE unsigned int atomicOr(unsigned int& word, unsigned int mask) { return ::atomicOr(&word, mask); }
+
 /// A plain read of a word that other threads write atomically.
 GPU_DEVICE unsigned int relaxedLoad(unsigned int const& word) {
     return *static_cast<unsigned int const volatile*>(&word);

@@ -15,6 +15,10 @@ GPU_DEVICE unsigned int atomicAnd(unsigned int& word, unsigned int mask) {
     return __atomic_fetch_and(&word, mask, __ATOMIC_RELAXED);
 }
 
+GPU_DEVICE unsigned int atomicOr(unsigned int& word, unsigned int mask) {
+    return __atomic_fetch_or(&word, mask, __ATOMIC_RELAXED);
+}
+
 /// A plain read of a word that other threads write atomically.
 GPU_DEVICE unsigned int relaxedLoad(unsigned int const& word) {
     return __atomic_load_n(&word, __ATOMIC_RELAXED);
