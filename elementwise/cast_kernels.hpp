@@ -20,7 +20,7 @@ GPU_DEVICE void castRun(unsigned int size, Target* to, Source const* from) {
     if constexpr (isComplex<Source>) {
         castRun(2 * size, parts(to), parts(from));
     } else if constexpr (isComplex<Target>) {
-        withCast<Part<Target>>(size, from, [&](auto const* re) { complexify(size, to, re); });
+        withCast<Part<Target>>(size, from, [&](auto const* re) { complexify(size, parts(to), re); });
     } else if constexpr (std::is_same_v<Target, Source>) {
         copyEach(size, to, from);
     } else {

@@ -30,9 +30,7 @@ struct CheckerNotFinite : CheckerOf<internal::IsNotFinite> {};
 
 template <class T>
 GPU_STEP bool anyNotBelowItsNext(unsigned int size, T const* from) {
-    bool any = false;
-    backend::forEachOf(size, [&](unsigned int k) { any |= from[k] >= from[k + 1]; });
-    return any;
+    return internal::holdsForAny<T>(size, [&](unsigned int k) { return from[k] >= from[k + 1]; });
 }
 
 struct CheckerNotStronglySortedAscending {

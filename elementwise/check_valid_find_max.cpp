@@ -5,26 +5,29 @@
 
 #include "device.hpp"
 #include "frame/instantiation.hpp"
+#include "math.hpp"
 #include "transform_reduce.hpp"
 
 namespace gpuruntime {
 namespace {
 
-/// Whether a value is a positive whole number, and the value.
+/// Whether a value is a positive whole number, and the value; or the same of each lane of a machine vector.
 template <class T>
 struct validAndValue {
-    GPU_HOST_DEVICE thrust::pair<bool, T> operator()(T x) const {
-        bool const isValid = (x >= 1) & (x <= std::numeric_limits<T>::max()) & (x == ::floor(x));
-        return {isValid, x};
+    template <class X>
+    GPU_HOST_DEVICE auto operator()(X x) const {
+        using ::floor, backend::floor;
+        using Valid = decltype(x >= T(1));
+        return thrust::pair<Valid, X>((x >= T(1)) & (x <= std::numeric_limits<T>::max()) & (x == floor(x)),
+                                      x);
     }
 };
 
 template <class T>
 struct stillValidAndMax {
-    GPU_HOST_DEVICE thrust::pair<bool, T> operator()(thrust::pair<bool, T> const& a,
-                                                     thrust::pair<bool, T> const& b) const {
-        bool const areValid = a.first & b.first;
-        return {areValid, a.second < b.second ? b.second : a.second};
+    template <class X>
+    GPU_HOST_DEVICE X operator()(X const& a, X const& b) const {
+        return X(a.first & b.first, a.second < b.second ? b.second : a.second);
     }
 };
 

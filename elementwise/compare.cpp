@@ -62,24 +62,6 @@ GPU_STEP void equalEach(unsigned int size, bool* to, long const* a, unsigned lon
         size, [&](unsigned int k) { to[k] = (static_cast<unsigned long>(a[k]) == b[k]) & (a[k] >= 0); });
 }
 
-/// Of each two flags, whether both hold.
-GPU_STEP void joinByAnd(unsigned int size, bool* to, bool const* flags) {
-    backend::forEachOf(size, [&](unsigned int k) { to[k] = flags[2 * k] & flags[2 * k + 1]; });
-}
-
-template <class T>
-GPU_STEP void splitEach(unsigned int size, internal::Part<T>* re, internal::Part<T>* im, T const* from) {
-    backend::forEachOf(size, [&](unsigned int k) {
-        re[k] = from[k].x;
-        im[k] = from[k].y;
-    });
-}
-
-template <class P>
-GPU_STEP void withoutNonZero(unsigned int size, bool* to, P const* im) {
-    backend::forEachOf(size, [&](unsigned int k) { to[k] &= im[k] == 0; });
-}
-
 GPU_STEP void negateEach(unsigned int size, bool* to) {
     backend::forEachOf(size, [&](unsigned int k) { to[k] = !to[k]; });
 }
@@ -89,8 +71,6 @@ GPU_DEVICE void compareParts(unsigned int size, bool* to, A const* a, B const* b
     if constexpr (std::is_same_v<A, B>) {
         using P = typename Pattern<A>::type;
         equalEach(size, to, reinterpret_cast<P const*>(a), reinterpret_cast<P const*>(b), nanEqual);
-    } else if constexpr (std::is_same_v<A, bool>) {
-        compareParts(size, to, reinterpret_cast<unsigned char const*>(a), b, nanEqual);
     } else if constexpr (std::is_same_v<B, unsigned long> && std::is_integral_v<A>) {
         internal::withCast<long>(size, a,
                                  [&](long const* value) { equalEach(size, to, value, b, nanEqual); });
@@ -105,18 +85,24 @@ GPU_DEVICE void compareParts(unsigned int size, bool* to, A const* a, B const* b
     }
 }
 
-/// Stores whether the elements of a run are equal.
+/// Stores whether the elements of a run are equal. Beside a complex value a real one has an imaginary part of
+/// 0, which no NaN equals.
 template <class A, class B>
 GPU_DEVICE void compareElements(unsigned int size, bool* to, A const* a, B const* b, bool nanEqual) {
-    if constexpr (internal::isComplex<A> && internal::isComplex<B>) {
-        bool flags[2 * backend::Run::capacity];
+    if constexpr (std::is_same_v<A, bool> && std::is_same_v<B, bool>) {
+        compareParts(size, to, a, b, nanEqual);
+    } else if constexpr (std::is_same_v<A, bool>) {
+        compareElements(size, to, reinterpret_cast<unsigned char const*>(a), b, nanEqual);
+    } else if constexpr (internal::isComplex<A> && internal::isComplex<B>) {
+        alignas(internal::FlagPair) bool flags[2 * backend::Run::capacity];
         compareParts(2 * size, flags, internal::parts(a), internal::parts(b), nanEqual);
-        joinByAnd(size, to, flags);
+        internal::joinByAnd(size, to, flags);
     } else if constexpr (internal::isComplex<B>) {
-        internal::Part<B> re[backend::Run::capacity], im[backend::Run::capacity];
-        splitEach(size, re, im, b);
-        compareParts(size, to, a, re, nanEqual);
-        withoutNonZero(size, to, im);
+        alignas(internal::FlagPair) bool flags[2 * backend::Run::capacity];
+        A complex[2 * backend::Run::capacity];
+        internal::complexify(size, complex, a);
+        compareParts(2 * size, flags, complex, internal::parts(b), nanEqual);
+        internal::joinByAnd(size, to, flags);
     } else {
         compareParts(size, to, a, b, nanEqual);
     }

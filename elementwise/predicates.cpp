@@ -59,7 +59,7 @@ struct IsNeitherZeroNorNaNKernel {
 };
 
 GPU_STEP void numberEach(unsigned int size, double* to, bool const* flags) {
-    backend::forEachOf(size, [&](unsigned int k) { to[k] = flags[k] ? 1 : 0; });
+    backend::forEachOf(size, [&](unsigned int k) { to[k] = static_cast<int>(flags[k]); });
 }
 
 /// Stores 1 where the test holds and 0 elsewhere.

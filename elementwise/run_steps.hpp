@@ -1,5 +1,7 @@
 #pragma once
 
+#include <type_traits>
+
 #include "device.hpp"
 #include "frame/complex.hpp"
 #include "frame/convert.hpp"
@@ -42,10 +44,13 @@ GPU_STEP void copyEach(unsigned int size, T* to, T const* from) {
     backend::forEachOf(size, [&](unsigned int k) { to[k] = from[k]; });
 }
 
-/// Complex values with imaginary parts of 0.
-template <class T>
-GPU_STEP void complexify(unsigned int size, T* to, Part<T> const* re) {
-    backend::forEachOf(size, [&](unsigned int k) { to[k] = T{re[k], 0}; });
+/// The parts of complex values whose imaginary parts are 0.
+template <class P>
+GPU_STEP void complexify(unsigned int size, P* to, P const* re) {
+    backend::forEachOf(size, [&](unsigned int k) {
+        to[2 * k] = re[k];
+        to[2 * k + 1] = 0;
+    });
 }
 
 // --- Tests of values ---
@@ -84,20 +89,39 @@ GPU_STEP void testEach(unsigned int size, bool* to, T const* from) {
     backend::forEachOf(size, [&](unsigned int k) { to[k] = Test::holds(from[k]); });
 }
 
-/// Of each two flags, whether one holds.
+/// Two flags that follow each other, as one number.
+typedef unsigned short FlagPair __attribute__((may_alias));
+
+GPU_DEVICE FlagPair const* flagPairs(bool const* flags) {
+    return static_cast<FlagPair const*>(static_cast<void const*>(flags));
+}
+
+/// Of each two flags, which are aligned as pairs, whether one holds.
 GPU_STEP void joinByOr(unsigned int size, bool* to, bool const* flags) {
-    backend::forEachOf(size, [&](unsigned int k) { to[k] = flags[2 * k] | flags[2 * k + 1]; });
+    FlagPair const* const pairs = flagPairs(flags);
+    backend::forEachOf(size, [&](unsigned int k) { to[k] = pairs[k] != 0; });
+}
+
+/// Of each two flags, which are aligned as pairs, whether both hold.
+GPU_STEP void joinByAnd(unsigned int size, bool* to, bool const* flags) {
+    constexpr FlagPair both = 0x0101;
+    FlagPair const* const pairs = flagPairs(flags);
+    backend::forEachOf(size, [&](unsigned int k) { to[k] = pairs[k] == both; });
 }
 
 GPU_STEP void replaceWhere(unsigned int size, bool* to, bool const* where, bool value) {
-    backend::forEachOf(size, [&](unsigned int k) { to[k] = where[k] ? value : to[k]; });
+    // As bytes, because machine vectors of logicals are made of comparisons alone.
+    auto* const bytes = reinterpret_cast<unsigned char*>(to);
+    auto const* const chosen = reinterpret_cast<unsigned char const*>(where);
+    unsigned char const replacement = value ? 1 : 0;
+    backend::forEachOf(size, [&](unsigned int k) { bytes[k] = chosen[k] != 0 ? replacement : bytes[k]; });
 }
 
 /// Whether the test holds for each element; for either part of complex ones.
 template <class Test, class T>
 GPU_DEVICE void testElements(unsigned int size, bool* to, T const* from) {
     if constexpr (isComplex<T>) {
-        bool flags[2 * backend::Run::capacity];
+        alignas(FlagPair) bool flags[2 * backend::Run::capacity];
         testEach<Test>(2 * size, flags, parts(from));
         joinByOr(size, to, flags);
     } else {
@@ -105,12 +129,20 @@ GPU_DEVICE void testElements(unsigned int size, bool* to, T const* from) {
     }
 }
 
+/// Whether the test `holds(k)`, of elements of `T`, holds for any `k`. What is found is kept as wide as the
+/// elements, so that machine vectors hold it.
+template <class T, class Test>
+GPU_DEVICE bool holdsForAny(unsigned int size, Test holds) {
+    using Found = std::conditional_t<sizeof(T) == sizeof(unsigned long), unsigned long, unsigned int>;
+    Found found = 0;
+    backend::forEachOf(size, [&](unsigned int k) { found |= holds(k) ? ~Found(0) : Found(0); });
+    return found != 0;
+}
+
 /// Whether the test holds for any element.
 template <class Test, class T>
 GPU_STEP bool testAny(unsigned int size, T const* from) {
-    bool any = false;
-    backend::forEachOf(size, [&](unsigned int k) { any |= Test::holds(from[k]); });
-    return any;
+    return holdsForAny<T>(size, [&](unsigned int k) { return Test::holds(from[k]); });
 }
 
 }  // namespace gpuruntime::internal

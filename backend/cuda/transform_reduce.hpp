@@ -8,8 +8,9 @@
 
 namespace gpuruntime::backend {
 
-/// The values of an array, each transformed, combined by an operator for which neither order nor grouping
-/// matters, beginning with `initial`. Runs on the default stream and waits for it.
+/// The values of an array, each transformed to a pair of a logical and a value, combined by an operator for
+/// which neither order nor grouping matters, beginning with `initial`. Runs on the default stream and waits
+/// for it.
 template <class T, class Transform, class Result, class Combine>
 Result transformReduce(T const* data, unsigned long n, Transform transform, Result initial, Combine combine) {
     auto const first = thrust::make_transform_iterator(data, transform);

@@ -73,6 +73,15 @@ GPU_DEVICE unsigned int toUint32(double value) {
     return static_cast<unsigned int>(wholeBits(clamped(std::trunc(value), 0.0, 4294967295.0)));
 }
 
+GPU_DEVICE unsigned int toUint32(float value) {
+    float const justInside = 0x1.fffffep31f;  // 2^32 itself is one too large
+    float const inside = clamped(value, 0.0f, justInside);
+    bool const isLarge = inside >= 0x1p31f;
+    auto const low = static_cast<unsigned int>(static_cast<int>(inside - (isLarge ? 0x1p31f : 0.0f)));
+    unsigned int const whole = low | (isLarge ? 1u << 31 : 0u);
+    return value > justInside ? ~0u : whole;
+}
+
 /// A whole number modulo 2^64, from two halves of 32 bits: the machine has no vector conversion to 64 bits.
 GPU_DEVICE unsigned long halvesOf(double whole) {
     double const high = std::floor(whole * 0x1p-32);

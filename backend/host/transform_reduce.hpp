@@ -5,44 +5,56 @@
 #include <thrust/pair.h>
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "device.hpp"
+#include "lanes.hpp"
 #include "parallel.hpp"
 
 namespace gpuruntime::backend {
 
 namespace detail {
 
-/// Combines by lanes, so that one combination need not wait for the one before it.
-template <class T, class Transform, class Result, class Combine>
-Result transformReduceSerially(T const* data, unsigned long n, Transform transform, Result initial,
+/// Goes over the array in several machine vectors, of which none waits for another.
+template <class Transform, class Result, class Combine>
+Result transformReduceSerially(double const* data, unsigned long n, Transform transform, Result initial,
                                Combine combine) {
-    constexpr unsigned long lanes = 8;
-    constexpr unsigned int intoAllLevels = 3, ahead = 1024;
-    if (n < lanes) {
-        for (unsigned long i = 0; i < n; ++i) initial = combine(initial, transform(data[i]));
-        return initial;
+    constexpr unsigned int numVectors = 4, lineSize = 64;
+    constexpr unsigned long step = numVectors * laneCount;
+    auto const loaded = [&](unsigned long i) {
+        prefetchAfter(data + i, i % (lineSize / sizeof(double)) == 0 ? 1 : 0);
+        DoubleLanes values;
+        std::memcpy(&values, data + i, sizeof values);
+        return transform(values);
+    };
+    unsigned long i = 0;
+    if (n >= step) {
+        decltype(loaded(0)) results[numVectors];
+        GPU_UNROLL for (unsigned int v = 0; v < numVectors; ++v) results[v] = loaded(v * laneCount);
+        for (i = step; i + step <= n; i += step) {
+            GPU_UNROLL for (unsigned int v = 0; v < numVectors; ++v) {
+                results[v] = combine(results[v], loaded(i + v * laneCount));
+            }
+        }
+        for (auto const& lanes : results) {
+            for (unsigned int l = 0; l < laneCount; ++l) {
+                initial = combine(initial, Result(lanes.first[l] != 0, lanes.second[l]));
+            }
+        }
     }
-    Result lane[lanes];
-    for (unsigned long l = 0; l < lanes; ++l) lane[l] = transform(data[l]);
-    unsigned long i = lanes;
-    for (; i + lanes <= n; i += lanes) {
-        __builtin_prefetch(data + i + ahead / sizeof(T), 0, intoAllLevels);
-        GPU_UNROLL for (unsigned long l = 0; l < lanes; ++l) lane[l] =
-            combine(lane[l], transform(data[i + l]));
-    }
-    for (; i < n; ++i) lane[i % lanes] = combine(lane[i % lanes], transform(data[i]));
-    for (Result const& each : lane) initial = combine(initial, each);
+    for (; i < n; ++i) initial = combine(initial, transform(data[i]));
     return initial;
 }
 
 }  // namespace detail
 
-/// The values of an array, each transformed, combined by an operator for which neither order nor grouping
-/// matters, beginning with `initial`.
-template <class T, class Transform, class Result, class Combine>
-Result transformReduce(T const* data, unsigned long n, Transform transform, Result initial, Combine combine) {
+/// The values of an array, each transformed to a pair of a logical and a value, combined by an operator for
+/// which neither order nor grouping matters, beginning with `initial`. The functors take the lanes of a
+/// machine vector, too.
+template <class Transform, class Result, class Combine>
+Result transformReduce(double const* data, unsigned long n, Transform transform, Result initial,
+                       Combine combine) {
     constexpr unsigned long chunk = 1ul << 16;
     unsigned long const numChunks = n / chunk + (n % chunk != 0 ? 1 : 0);
     if (numChunks <= 1) return detail::transformReduceSerially(data, n, transform, initial, combine);
