@@ -22,7 +22,7 @@ set(kvgpuruntime_runtime_exports ${PROJECT_SOURCE_DIR}/cmake/exports/host_runtim
 set(kvgpuruntime_pc_cflags -I\${includedir}/kvgpuruntime-host)
 set(kvgpuruntime_pc_libs)
 function(kvgpu_device_interface target)
-    target_include_directories(${target} PUBLIC
+    target_include_directories(${target} INTERFACE
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/backend/runtime>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kvgpuruntime-host>)
 endfunction()

@@ -78,6 +78,8 @@ class BlockWalk {
 
 /// Runs the blocks [first, last) of a grid in the order of `BlockWalk`.
 struct BlocksInTurn {
+    static constexpr bool isSerial = false;
+
     /// The parameters are locals here, so the compiler need not read them again for every block.
     template <auto kernelFunction, class... Parameters>
     static void run(dim3 grid, dim3 block, std::uint64_t first, std::uint64_t last,

@@ -25,6 +25,7 @@ struct Kernel {
     /// thread. `arguments[i]` points at the i-th argument, of exactly the i-th parameter's type.
     void (*runBlocks)(void** arguments, dim3 grid, dim3 block, std::uint64_t first, std::uint64_t last);
     std::size_t numParameters;
+    bool isSerial;  ///< whether `runBlocks` takes all blocks of a launch at once
 };
 
 namespace detail {
@@ -79,11 +80,12 @@ struct KernelCode<kernelFunction, Blocks> {
 
 /// The descriptor of the kernel `kernelFunction`, a function of type void(P...) whose parameters are values.
 /// `Blocks::run<kernelFunction, P...>(grid, block, first, last, parameters...)` is a device's way to run
-/// blocks.
+/// blocks, and `Blocks::isSerial` says whether that must be given all of them at once.
 template <auto kernelFunction, class Blocks>
 inline constexpr Kernel kernelOf{kernelTag, detail::kernelName<kernelFunction>.data(),
                                  &detail::KernelCode<kernelFunction, Blocks>::runBlocks,
-                                 detail::KernelCode<kernelFunction, Blocks>::numParameters};
+                                 detail::KernelCode<kernelFunction, Blocks>::numParameters,
+                                 Blocks::isSerial};
 
 /// Runs a kernel over a grid and returns when all blocks have run. Recorded, injected and failing as
 /// `cudaLaunchKernel`, under that name. `work` is about how many elements the launch goes over: a small

@@ -64,8 +64,8 @@ class Run {
         : kernel_(kernel), grid_(grid), block_(block), arguments_(arguments), numBlocks_(numElements(grid)) {}
 
     void runAll(std::uint64_t work) const {
-        if (numBlocks_ == 1) {
-            runSerially(0, 1);
+        if (numBlocks_ == 1 || kernel_.isSerial) {
+            runSerially(0, numBlocks_);
         } else if (work >= sharedWork) {
             shareOut(0);
         } else {

@@ -14,6 +14,7 @@
 
 #include "call.hpp"
 #include "cuda_runtime_api.h"
+#include "device_memory.hpp"
 #include "kernel.hpp"
 
 namespace gpuruntime::hostdevice {
@@ -217,6 +218,12 @@ std::string_view symbolName(void const* address) {
 }
 
 }  // namespace detail
+
+std::vector<std::pair<std::uintptr_t, std::size_t>> deviceMemory() {
+    detail::Allocations& allocations = detail::Allocations::instance();
+    std::shared_lock const lock(allocations.mutex);
+    return {allocations.sizes.begin(), allocations.sizes.end()};
+}
 
 SymbolRegistration::SymbolRegistration(void const* address, std::size_t size, char const* name) noexcept
     : address_(address) {

@@ -1,0 +1,287 @@
+#include "block.hpp"
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <boost/context/fiber.hpp>
+#include <cstdio>
+#include <mutex>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "accesses.hpp"
+#include "device_language.hpp"
+#include "order.hpp"
+#include "reports.hpp"
+
+namespace gpuruntime::fibers {
+namespace {
+
+using boost::context::fiber;
+
+/// Stacks at multiples of their size, by which the checker knows what lies on a thread's own. The page at the low
+/// end is a guard.
+struct Stacks {
+    using traits_type = boost::context::stack_traits;
+
+    boost::context::stack_context allocate() {
+        constexpr std::size_t guard = 4096;
+        void* const memory = mmap(nullptr, 2 * stackSize, PROT_READ | PROT_WRITE,
+                                  MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (memory == MAP_FAILED) throw std::bad_alloc();
+        std::size_t const skipped = -reinterpret_cast<std::uintptr_t>(memory) % stackSize;
+        char* const base = static_cast<char*>(memory) + skipped;
+        mprotect(base, guard, PROT_NONE);
+        boost::context::stack_context stack;
+        stack.size = stackSize;
+        stack.sp = base + stackSize;
+        return stack;
+    }
+
+    /// No fiber ends.
+    void deallocate(boost::context::stack_context&) {}
+};
+
+enum class State { ready, atBarrier, atShuffle, finished };
+
+struct Thread {
+    fiber context;
+    State state;
+    void const* site;     ///< of the barrier or shuffle at which it waits
+    unsigned int value;   ///< that it gives to a shuffle, or got from it
+    unsigned int source;  ///< the lane whose value it wants
+};
+
+/// A warp's shuffle.
+struct Warp {
+    unsigned int existing;  ///< lanes, as bits, that the block has
+    unsigned int mask, arrived;
+    void const* site;
+
+    unsigned int expected() const { return mask & existing; }
+};
+
+/// The block that runs. Between two barriers each thread runs in turn; those that wait in a shuffle for others go on
+/// in the next turn.
+class Block {
+  public:
+    static Block& instance() {
+        static Block* const block = new Block;  // never destroyed: its fibers do not end
+        return *block;
+    }
+
+    void runGrid(Launch const& newLaunch) {
+        std::lock_guard const lock(mutex);
+        launch = &newLaunch;
+        dim3 const grid = launch->grid;
+        builtIn.gridSize = grid;
+        builtIn.blockSize = launch->block;
+        beginLaunch();
+        std::vector<unsigned int> blocks(grid.x * grid.y * grid.z);
+        order.arrange(blocks);
+        for (unsigned int const i : blocks) {
+            builtIn.blockIndex = {i % grid.x, i / grid.x % grid.y, i / grid.x / grid.y};
+            runBlock();
+        }
+    }
+
+    void waitAtBarrier(void const* site) {
+        leaveThread();
+        wait(State::atBarrier, site);
+    }
+
+    unsigned int shuffle(unsigned int mask, unsigned int value, unsigned int source, void const* site) {
+        leaveThread();
+        Warp& warp = warps[current / warpSize];
+        unsigned int const self = 1u << current % warpSize;
+        if ((mask & self) == 0) report("shuffle", "the mask leaves out the lane that calls", site);
+        if (warp.arrived == 0) {
+            warp.mask = mask;
+            warp.site = site;
+        } else if (warp.mask != mask) {
+            report("shuffle", "lanes of a warp come with different masks", site, warp.site);
+        }
+        warp.arrived |= self;
+        threads[current].value = value;
+        threads[current].source = source;
+        threads[current].state = State::atShuffle;
+        if ((warp.arrived & warp.expected()) == warp.expected()) exchange(warp);
+        wait(threads[current].state, site);
+        return threads[current].value;
+    }
+
+    unsigned int currentThread() const { return current; }
+    char const* kernel() const { return launch == nullptr ? "none" : launch->kernel; }
+
+  private:
+    void runBlock() {
+        beginBlock();
+        dim3 const size = launch->block;
+        auto const numThreads = std::size_t{size.x} * size.y * size.z;
+        threads.resize(numThreads);
+        warps.resize((numThreads + warpSize - 1) / warpSize);
+        for (std::size_t w = 0; w < warps.size(); ++w) {
+            std::size_t const lanes = std::min<std::size_t>(warpSize, numThreads - w * warpSize);
+            warps[w] = {~0u >> (warpSize - lanes), 0, 0, nullptr};
+        }
+        turn.resize(numThreads);
+        order.arrange(turn);
+        numStarted = numFinished = 0;
+        while (numStarted < numThreads) resume(idleFiber());
+        while (numFinished < numThreads) {
+            if (!resumeReady()) release();
+        }
+    }
+
+    fiber idleFiber() {
+        if (idle.empty()) {
+            return fiber(std::allocator_arg, Stacks(), [this](fiber&& from) { return runThreads(std::move(from)); });
+        }
+        fiber context = std::move(idle.back());
+        idle.pop_back();
+        return context;
+    }
+
+    /// A fiber's program: it starts threads one after another, until one waits. When that has finished and all have
+    /// been started, the fiber is idle.
+    fiber runThreads(fiber&& from) {
+        scheduler = std::move(from);
+        for (;;) {
+            while (numStarted < threads.size()) {
+                enter(turn[numStarted++]);
+                launch->thread(launch->parameters);
+                leaveThread();
+                threads[current].state = State::finished;
+                ++numFinished;
+            }
+            isIdle = true;
+            scheduler = std::move(scheduler).resume();
+        }
+    }
+
+    void resume(fiber context) {
+        isIdle = false;
+        context = std::move(context).resume();
+        if (isIdle) {
+            idle.push_back(std::move(context));
+        } else {
+            threads[current].context = std::move(context);
+        }
+    }
+
+    /// The running thread waits; others run.
+    void wait(State state, void const* site) {
+        unsigned int const self = current;
+        threads[self].state = state;
+        threads[self].site = site;
+        scheduler = std::move(scheduler).resume();
+        enter(self);
+    }
+
+    void enter(unsigned int t) {
+        current = t;
+        dim3 const size = launch->block;
+        builtIn.threadIndex = {t % size.x, t / size.x % size.y, t / size.x / size.y};
+        enterThread(t);
+    }
+
+    bool resumeReady() {
+        bool any = false;
+        for (unsigned int const t : turn) {
+            if (threads[t].state != State::ready) continue;
+            any = true;
+            current = t;
+            resume(std::move(threads[t].context));
+        }
+        return any;
+    }
+
+    void exchange(Warp& warp) {
+        constexpr unsigned int undefined = 0xa5a5a5a5;  // the value of a lane that takes no part
+        std::size_t const first = static_cast<std::size_t>(&warp - warps.data()) * warpSize;
+        unsigned int values[warpSize];
+        for (unsigned int lane = 0; lane < warpSize; ++lane) {
+            values[lane] = (warp.arrived >> lane & 1) != 0 ? threads[first + lane].value : undefined;
+        }
+        for (unsigned int lane = 0; lane < warpSize; ++lane) {
+            if ((warp.arrived >> lane & 1) == 0) continue;
+            Thread& thread = threads[first + lane];
+            thread.value = values[thread.source % warpSize];
+            thread.state = State::ready;
+        }
+        warp.arrived = 0;
+    }
+
+    /// No thread can go on: all are at a barrier or have finished, or something is wrong.
+    void release() {
+        auto const inShuffle =
+            std::find_if(warps.begin(), warps.end(), [](Warp const& warp) { return warp.arrived != 0; });
+        if (inShuffle != warps.end()) {
+            reportMissingLanes(*inShuffle);
+            exchange(*inShuffle);
+            return;
+        }
+        checkBarrier();
+        passBarrier();
+        order.arrange(turn);
+        for (Thread& thread : threads) {
+            if (thread.state == State::atBarrier) thread.state = State::ready;
+        }
+    }
+
+    void reportMissingLanes(Warp const& warp) {
+        char text[100];
+        std::snprintf(text, sizeof text, "lanes %08x wait for lanes %08x, which do not come", warp.arrived,
+                      warp.expected() & ~warp.arrived);
+        report("shuffle", text, warp.site);
+    }
+
+    void checkBarrier() {
+        auto const isWaiting = [](Thread const& thread) { return thread.state == State::atBarrier; };
+        auto const waiting = std::find_if(threads.begin(), threads.end(), isWaiting);
+        if (numFinished > 0) {
+            auto const finished = std::find_if_not(threads.begin(), threads.end(), isWaiting);
+            report("barrier",
+                   "thread " + std::to_string(finished - threads.begin()) + " ends without it, as do " +
+                       std::to_string(numFinished) + " in all, and thread " +
+                       std::to_string(waiting - threads.begin()) + " waits",
+                   waiting->site);
+        }
+        for (Thread const& thread : threads) {
+            if (isWaiting(thread) && !isSamePlace(thread.site, waiting->site)) {
+                report("barrier", "threads of a block meet at different ones", waiting->site, thread.site);
+                return;
+            }
+        }
+    }
+
+    std::mutex mutex;
+    Order order;
+    Launch const* launch = nullptr;
+    fiber scheduler;
+    std::vector<fiber> idle;
+    bool isIdle = false;  ///< whether the fiber that ran last is
+
+    std::vector<Thread> threads;
+    std::vector<Warp> warps;
+    std::vector<unsigned int> turn;  ///< the threads in the order in which they run
+    std::size_t numStarted = 0, numFinished = 0;
+    unsigned int current = 0;
+};
+
+}  // namespace
+
+void runGrid(Launch const& launch) { Block::instance().runGrid(launch); }
+
+void waitAtBarrier(void const* site) { Block::instance().waitAtBarrier(site); }
+
+unsigned int shuffle(unsigned int mask, unsigned int value, unsigned int source, void const* site) {
+    return Block::instance().shuffle(mask, value, source, site);
+}
+
+unsigned int linearThread() { return Block::instance().currentThread(); }
+
+char const* runningKernel() { return Block::instance().kernel(); }
+
+}  // namespace gpuruntime::fibers

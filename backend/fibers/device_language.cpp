@@ -1,0 +1,70 @@
+#include "device_language.hpp"
+
+#include <boost/math/special_functions/erf.hpp>
+
+#include "accesses.hpp"
+#include "block.hpp"
+
+namespace gpuruntime::fibers {
+
+// Not all 0: among the variables without initial value stand the blocks' shared ones.
+BuiltIn builtIn = {{1, 0, 0}, {}, {}, {}};
+
+namespace {
+
+template <class Change>
+unsigned int atomically(unsigned int* word, void const* site, Change change) {
+    access(word, sizeof *word, {true, true}, site);
+    unsigned int const old = *word;
+    *word = change(old);
+    return old;
+}
+
+template <class T>
+T maximum(T a, T b) {
+    if (a != a || b != b) return a != a ? b : a;
+    return a == b ? (std::signbit(a) ? b : a) : (a > b ? a : b);
+}
+
+template <class T>
+T minimum(T a, T b) {
+    if (a != a || b != b) return a != a ? b : a;
+    return a == b ? (std::signbit(a) ? a : b) : (a < b ? a : b);
+}
+
+}  // namespace
+}  // namespace gpuruntime::fibers
+
+using namespace gpuruntime::fibers;
+
+void __syncthreads() { waitAtBarrier(__builtin_return_address(0)); }
+
+/// A lane whose source would lie beyond its part of `width` lanes keeps its own value.
+unsigned int __shfl_down_sync(unsigned int mask, unsigned int value, unsigned int delta, int width) {
+    unsigned int const lane = linearThread() % warpSize;
+    unsigned int const lastOfPart = lane | (static_cast<unsigned int>(width) - 1);
+    unsigned int const source = lane + delta <= lastOfPart ? lane + delta : lane;
+    return shuffle(mask, value, source, __builtin_return_address(0));
+}
+
+unsigned int atomicCAS(unsigned int* word, unsigned int expected, unsigned int desired) {
+    return atomically(word, __builtin_return_address(0),
+                      [=](unsigned int old) { return old == expected ? desired : old; });
+}
+
+unsigned int atomicAnd(unsigned int* word, unsigned int mask) {
+    return atomically(word, __builtin_return_address(0), [=](unsigned int old) { return old & mask; });
+}
+
+double erfcinv(double y) {
+    if (!(y > 0 && y < 2)) return y == 0 ? HUGE_VAL : y == 2 ? -HUGE_VAL : NAN;
+    return boost::math::erfc_inv(y);
+}
+
+// In place of the C library's, which do not tell the zeros apart: on a GPU +0 is above -0.
+extern "C" {
+double fmax(double a, double b) noexcept { return maximum(a, b); }
+double fmin(double a, double b) noexcept { return minimum(a, b); }
+float fmaxf(float a, float b) noexcept { return maximum(a, b); }
+float fminf(float a, float b) noexcept { return minimum(a, b); }
+}
