@@ -25,10 +25,11 @@ target_compile_options(kvgpuruntime_device INTERFACE
     -march=x86-64-v3 -ffp-contract=off -fno-math-errno -fvisibility-inlines-hidden -Wall -Wextra -Wno-unknown-pragmas -Wno-maybe-uninitialized)
 target_link_libraries(kvgpuruntime_device INTERFACE TBB::tbb Boost::context ${CMAKE_DL_LIBS})
 
-# The compiler's half of a race detector, whose other half is backend/fibers/accesses.cpp; it is not for the backend itself.
+# The compiler's half of a race detector, whose other half is backend/fibers/accesses.cpp; it is not for the
+# backend itself.
 set(kvgpuruntime_kernel_options -fsanitize=thread
     --param=tsan-distinguish-volatile=1 --param=tsan-instrument-func-entry-exit=0)
-set_source_files_properties(${kvgpuruntime_backend_sources} PROPERTIES COMPILE_OPTIONS -fno-sanitize=thread)
+set_source_files_properties(${kvgpuruntime_backend_sources} PROPERTIES COMPILE_OPTIONS "-fno-sanitize=thread;-O2")
 
 # Units are compiled as what they are, C++.
 function(kvgpu_device_language)

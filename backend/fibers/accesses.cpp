@@ -174,7 +174,7 @@ class RacyWrite {
 
 RacyWrite& racyWrite = *new RacyWrite;
 
-__thread bool isChecked = false;
+__thread bool isChecked __attribute__((tls_model("initial-exec"))) = false;
 
 /// One access. Of its errors only the first is reported.
 class Check {
@@ -335,7 +335,13 @@ void __tsan_vptr_update(void*, void*) {}
 // The atomic operations of the units' host code.
 #define KVGPU_ATOMICS(bits, T)                                                                                    \
     T __tsan_atomic##bits##_load(T const volatile* from, int) { return __atomic_load_n(from, __ATOMIC_SEQ_CST); } \
-    void __tsan_atomic##bits##_store(T volatile* to, T value, int) { __atomic_store_n(to, value, __ATOMIC_SEQ_CST); }
+    void __tsan_atomic##bits##_store(T volatile* to, T value, int) { __atomic_store_n(to, value, __ATOMIC_SEQ_CST); } \
+    T __tsan_atomic##bits##_fetch_add(T volatile* to, T value, int) {                                             \
+        return __atomic_fetch_add(to, value, __ATOMIC_SEQ_CST);                                                   \
+    }                                                                                                             \
+    T __tsan_atomic##bits##_fetch_sub(T volatile* to, T value, int) {                                             \
+        return __atomic_fetch_sub(to, value, __ATOMIC_SEQ_CST);                                                   \
+    }
 KVGPU_ATOMICS(8, unsigned char)
 KVGPU_ATOMICS(32, unsigned int)
 KVGPU_ATOMICS(64, unsigned long)

@@ -21,12 +21,14 @@ namespace {
 using boost::context::fiber;
 
 /// Stacks at multiples of their size, by which the checker knows what lies on a thread's own. The page at the low
-/// end is a guard.
+/// end is a guard. At the other end they begin in different cache lines, or they would drive each other out of the
+/// caches.
 struct Stacks {
     using traits_type = boost::context::stack_traits;
 
     boost::context::stack_context allocate() {
-        constexpr std::size_t guard = 4096;
+        constexpr std::size_t guard = 4096, cacheLine = 64, numLines = 512;
+        static std::size_t count = 0;
         void* const memory = mmap(nullptr, 2 * stackSize, PROT_READ | PROT_WRITE,
                                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         if (memory == MAP_FAILED) throw std::bad_alloc();
@@ -34,8 +36,8 @@ struct Stacks {
         char* const base = static_cast<char*>(memory) + skipped;
         mprotect(base, guard, PROT_NONE);
         boost::context::stack_context stack;
-        stack.size = stackSize;
-        stack.sp = base + stackSize;
+        stack.size = stackSize - count++ % numLines * cacheLine;
+        stack.sp = base + stack.size;
         return stack;
     }
 
@@ -45,7 +47,10 @@ struct Stacks {
 
 enum class State { ready, atBarrier, atShuffle, finished };
 
+constexpr unsigned int warpSize = 32;
+
 struct Thread {
+    uint3 index;
     fiber context;
     State state;
     void const* site;     ///< of the barrier or shuffle at which it waits
@@ -66,11 +71,6 @@ struct Warp {
 /// in the next turn.
 class Block {
   public:
-    static Block& instance() {
-        static Block* const block = new Block;  // never destroyed: its fibers do not end
-        return *block;
-    }
-
     void runGrid(Launch const& newLaunch) {
         std::lock_guard const lock(mutex);
         launch = &newLaunch;
@@ -78,6 +78,7 @@ class Block {
         builtIn.gridSize = grid;
         builtIn.blockSize = launch->block;
         beginLaunch();
+        makeThreads();
         std::vector<unsigned int> blocks(grid.x * grid.y * grid.z);
         order.arrange(blocks);
         for (unsigned int const i : blocks) {
@@ -91,10 +92,12 @@ class Block {
         wait(State::atBarrier, site);
     }
 
-    unsigned int shuffle(unsigned int mask, unsigned int value, unsigned int source, void const* site) {
+    /// The value of the lane `sourceOf(lane)`; all lanes of `mask` take part.
+    template <class SourceOf>
+    unsigned int shuffle(unsigned int mask, unsigned int value, SourceOf sourceOf, void const* site) {
         leaveThread();
         Warp& warp = warps[current / warpSize];
-        unsigned int const self = 1u << current % warpSize;
+        unsigned int const lane = current % warpSize, self = 1u << lane;
         if ((mask & self) == 0) report("shuffle", "the mask leaves out the lane that calls", site);
         if (warp.arrived == 0) {
             warp.mask = mask;
@@ -104,32 +107,36 @@ class Block {
         }
         warp.arrived |= self;
         threads[current].value = value;
-        threads[current].source = source;
+        threads[current].source = sourceOf(lane);
         threads[current].state = State::atShuffle;
         if ((warp.arrived & warp.expected()) == warp.expected()) exchange(warp);
         wait(threads[current].state, site);
         return threads[current].value;
     }
 
-    unsigned int currentThread() const { return current; }
     char const* kernel() const { return launch == nullptr ? "none" : launch->kernel; }
 
   private:
+    void makeThreads() {
+        dim3 const size = launch->block;
+        unsigned int const numThreads = size.x * size.y * size.z;
+        threads.resize(numThreads);
+        turn.resize(numThreads);
+        for (unsigned int t = 0; t < numThreads; ++t) {
+            threads[t].index = {t % size.x, t / size.x % size.y, t / size.x / size.y};
+        }
+        warps.resize((numThreads + warpSize - 1) / warpSize);
+        for (unsigned int w = 0; w < warps.size(); ++w) {
+            warps[w] = {~0u >> (warpSize - std::min(warpSize, numThreads - w * warpSize)), 0, 0, nullptr};
+        }
+    }
+
     void runBlock() {
         beginBlock();
-        dim3 const size = launch->block;
-        auto const numThreads = std::size_t{size.x} * size.y * size.z;
-        threads.resize(numThreads);
-        warps.resize((numThreads + warpSize - 1) / warpSize);
-        for (std::size_t w = 0; w < warps.size(); ++w) {
-            std::size_t const lanes = std::min<std::size_t>(warpSize, numThreads - w * warpSize);
-            warps[w] = {~0u >> (warpSize - lanes), 0, 0, nullptr};
-        }
-        turn.resize(numThreads);
         order.arrange(turn);
         numStarted = numFinished = 0;
-        while (numStarted < numThreads) resume(idleFiber());
-        while (numFinished < numThreads) {
+        while (numStarted < threads.size()) resume(idleFiber());
+        while (numFinished < threads.size()) {
             if (!resumeReady()) release();
         }
     }
@@ -181,8 +188,7 @@ class Block {
 
     void enter(unsigned int t) {
         current = t;
-        dim3 const size = launch->block;
-        builtIn.threadIndex = {t % size.x, t / size.x % size.y, t / size.x / size.y};
+        builtIn.threadIndex = threads[t].index;
         enterThread(t);
     }
 
@@ -249,7 +255,7 @@ class Block {
                    waiting->site);
         }
         for (Thread const& thread : threads) {
-            if (isWaiting(thread) && !isSamePlace(thread.site, waiting->site)) {
+            if (isWaiting(thread) && thread.site != waiting->site && !isSamePlace(thread.site, waiting->site)) {
                 report("barrier", "threads of a block meet at different ones", waiting->site, thread.site);
                 return;
             }
@@ -270,18 +276,25 @@ class Block {
     unsigned int current = 0;
 };
 
+Block& block = *new Block;  // never destroyed: its fibers do not end
+
 }  // namespace
 
-void runGrid(Launch const& launch) { Block::instance().runGrid(launch); }
+void runGrid(Launch const& launch) { block.runGrid(launch); }
 
-void waitAtBarrier(void const* site) { Block::instance().waitAtBarrier(site); }
-
-unsigned int shuffle(unsigned int mask, unsigned int value, unsigned int source, void const* site) {
-    return Block::instance().shuffle(mask, value, source, site);
-}
-
-unsigned int linearThread() { return Block::instance().currentThread(); }
-
-char const* runningKernel() { return Block::instance().kernel(); }
+char const* runningKernel() { return block.kernel(); }
 
 }  // namespace gpuruntime::fibers
+
+using namespace gpuruntime::fibers;
+
+void __syncthreads() { block.waitAtBarrier(__builtin_return_address(0)); }
+
+/// A lane whose source would lie beyond its part of `width` lanes keeps its own value.
+unsigned int __shfl_down_sync(unsigned int mask, unsigned int value, unsigned int delta, int width) {
+    auto const source = [=](unsigned int lane) {
+        unsigned int const lastOfPart = lane | (static_cast<unsigned int>(width) - 1);
+        return lane + delta <= lastOfPart ? lane + delta : lane;
+    };
+    return block.shuffle(mask, value, source, __builtin_return_address(0));
+}

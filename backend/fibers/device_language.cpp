@@ -3,7 +3,6 @@
 #include <boost/math/special_functions/erf.hpp>
 
 #include "accesses.hpp"
-#include "block.hpp"
 
 namespace gpuruntime::fibers {
 
@@ -36,16 +35,6 @@ T minimum(T a, T b) {
 }  // namespace gpuruntime::fibers
 
 using namespace gpuruntime::fibers;
-
-void __syncthreads() { waitAtBarrier(__builtin_return_address(0)); }
-
-/// A lane whose source would lie beyond its part of `width` lanes keeps its own value.
-unsigned int __shfl_down_sync(unsigned int mask, unsigned int value, unsigned int delta, int width) {
-    unsigned int const lane = linearThread() % warpSize;
-    unsigned int const lastOfPart = lane | (static_cast<unsigned int>(width) - 1);
-    unsigned int const source = lane + delta <= lastOfPart ? lane + delta : lane;
-    return shuffle(mask, value, source, __builtin_return_address(0));
-}
 
 unsigned int atomicCAS(unsigned int* word, unsigned int expected, unsigned int desired) {
     return atomically(word, __builtin_return_address(0),

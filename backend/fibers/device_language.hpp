@@ -25,9 +25,6 @@ struct BuiltIn {
 };
 extern BuiltIn builtIn __attribute__((visibility("hidden")));
 
-/// What the lane `source` of the warp gives for `value`; all lanes of `mask` take part.
-unsigned int shuffle(unsigned int mask, unsigned int value, unsigned int source, void const* site);
-
 /// A conversion toward zero, saturating. Of a NaN in 64 bits it is the highest bit alone.
 template <class Integer>
 inline Integer convertedTowardZero(double value) {
@@ -45,9 +42,10 @@ inline Integer convertedTowardZero(double value) {
 #define blockDim (::gpuruntime::fibers::builtIn.blockSize)
 #define gridDim (::gpuruntime::fibers::builtIn.gridSize)
 
-// Out of line, so that the return address tells the place of the call.
+// Out of line, so that the return address tells the place of the call. Here the others run (block.cpp),
 void __syncthreads();
 unsigned int __shfl_down_sync(unsigned int mask, unsigned int value, unsigned int delta, int width = 32);
+// and these are one access to memory.
 unsigned int atomicCAS(unsigned int* word, unsigned int expected, unsigned int desired);
 unsigned int atomicAnd(unsigned int* word, unsigned int mask);
 
