@@ -47,10 +47,9 @@ GPU_DEVICE unsigned int placeOf(unsigned int count, Wanted wanted) {
 template <bool first, class T>
 GPU_ROW Places placesOf(backend::Row row, T const* in, double const* scan, Wanted wanted) {
     Places places;
-    unsigned int const begin = row.begin();
-    row.forEach([&](unsigned long x) {
+    row.forEachThread([&](unsigned int t, unsigned long x) {
         unsigned int const place = placeOf<first>(internal::storedAs<unsigned int>(scan[x]), wanted);
-        places[x - begin] = isNonZero(in[x]) ? place : noPlace;
+        places[t] = isNonZero(in[x]) ? place : noPlace;
     });
     return places;
 }
@@ -61,9 +60,8 @@ struct Find1DKernel {
                                  T const* in, double const* scan, unsigned int limit) {
         backend::Row const row = block.row();
         Places places = placesOf<first>(row, in, scan, wantedOf(limit, scan, block.n));
-        unsigned int const begin = row.begin();
-        row.forEach([&](unsigned long x) {
-            unsigned int const place = places[x - begin];
+        row.forEachThread([&](unsigned int t, unsigned long x) {
+            unsigned int const place = places[t];
             backend::storeIf(place != noPlace, positions + place,
                              backend::fromUint32(static_cast<unsigned int>(x)) + 1);
         });
@@ -76,10 +74,10 @@ GPU_DEVICE void find(elementwise2ddetail::BlockOfRows const& block, T const* in,
                      unsigned int limit, Store store) {
     Wanted const wanted = wantedOf(limit, scan, block.nx * block.ny);
     block.forEachRow([&](backend::Row row, unsigned int y) {
-        unsigned int const e = y * block.nx, begin = row.begin();
+        unsigned int const e = y * block.nx;
         Places places = placesOf<first>(row, in + e, scan + e, wanted);
-        row.forEach([&](unsigned long x) {
-            unsigned int const place = places[x - begin];
+        row.forEachThread([&](unsigned int t, unsigned long x) {
+            unsigned int const place = places[t];
             store(place != noPlace, place, backend::fromUint32(static_cast<unsigned int>(x)) + 1,
                   backend::fromUint32(y) + 1, e + x);
         });

@@ -23,4 +23,13 @@ GPU_DEVICE void prefetchTiles(unsigned int closeTiles, unsigned int number, T co
     if ((number & (count - 1)) == 0) prefetchRows<tile>(first, stride, count * tile);
 }
 
+/// The same where tiles are used from the last to the first: those before `first` along the rows.
+template <unsigned int tile, class T>
+GPU_DEVICE void prefetchTilesBefore(unsigned int closeTiles, unsigned int number, T const* first,
+                                    unsigned long stride) {
+    constexpr unsigned int tilesInRun = fastRun / (tile * sizeof(T));
+    unsigned int const count = closeTiles < tilesInRun ? closeTiles : tilesInRun;
+    if ((number & (count - 1)) == 0) prefetchRows<tile>(first - (count - 1) * tile, stride, count * tile);
+}
+
 }  // namespace gpuruntime::internal

@@ -26,7 +26,13 @@ struct Rot90Kernel {
         GPU_SHARED internal::PaddedTile<T, tile> block;
         if (width > 0 && height > 0) {
             internal::prefetchTiles<tile>(backend::closeBlocksX(), at.blockX, from, at.nx);
-            if (!backend::isStreamedTile<tile>(to, at.ny, n)) internal::prefetchRows<tile>(to, at.ny, tile);
+            if (backend::isStreamedTile<tile>(to, at.ny, n)) {
+                // There is no use in fetching what is overwritten by whole lines.
+            } else if (clockwise) {
+                internal::prefetchTiles<tile>(backend::closeBlocksY(), at.blockY, to, at.ny);
+            } else {
+                internal::prefetchTilesBefore<tile>(backend::closeBlocksY(), at.blockY, to, at.ny);
+            }
         }
         at.threads.template forEach<tile, tile>(
             dim3(width, height), [&](backend::Thread t) { block[t.y][t.x] = from[1ul * t.y * at.nx + t.x]; });

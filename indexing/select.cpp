@@ -15,7 +15,7 @@ struct SelectFromColumnsKernel {
     static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T* out, T const* in,
                                  double const* selection, unsigned int leadingDim) {
         internal::IndexVector const rows{selection};
-        backend::storeRow(block.row(), out, block.isStreamed<T>(), [=](unsigned long i) {
+        backend::storeRow(block.row(), out, block.isStreamed<T>(), [=](unsigned int, unsigned long i) {
             auto const col = static_cast<unsigned int>(i);
             return in[col * leadingDim + rows.at(col)];
         });
@@ -27,7 +27,7 @@ struct SelectFromRowsKernel {
     static GPU_DEVICE void apply(elementwisedetail::BlockOfElements const& block, T* out, T const* in,
                                  double const* selection, unsigned int leadingDim) {
         internal::IndexVector const cols{selection};
-        backend::storeRow(block.row(), out, block.isStreamed<T>(), [=](unsigned long i) {
+        backend::storeRow(block.row(), out, block.isStreamed<T>(), [=](unsigned int, unsigned long i) {
             auto const row = static_cast<unsigned int>(i);
             return in[cols.at(row) * leadingDim + row];
         });

@@ -26,6 +26,10 @@ struct IndexVector {
 
 /// What a slot selects. Of a progression only the low 32 bits of each position count.
 GPU_DEVICE Progression selectionOf(double2 slot) {
+    if (areStoredAsInt<long>(slot.x, slot.y)) {  // nearly always, and far quicker to convert
+        return {static_cast<unsigned int>(static_cast<int>(slot.x)) - 1,
+                static_cast<unsigned int>(static_cast<int>(slot.y))};
+    }
     return {static_cast<unsigned int>(storedAs<long>(slot.x)) - 1,
             static_cast<unsigned int>(storedAs<long>(slot.y))};
 }
@@ -36,9 +40,8 @@ using RowOffsets = backend::PerThread<unsigned int, MAX_THREADS_PER_BLOCK>;
 
 GPU_ROW RowOffsets offsetsOf(backend::Row row, unsigned int origin, IndexVector selection) {
     RowOffsets offsets;
-    unsigned int const begin = row.begin();
-    row.forEach([&](unsigned long x) {
-        offsets[x - begin] = origin - 1 + storedAs<unsigned int>(selection.indices[x]);
+    row.forEachThread([&](unsigned int t, unsigned long x) {
+        offsets[t] = origin - 1 + storedAs<unsigned int>(selection.indices[x]);
     });
     return offsets;
 }
@@ -58,8 +61,9 @@ GPU_ROW void gatherRow(backend::Row row, T* out, T const* in, unsigned int origi
     if (backend::rowsMayBeRuns && isRun(row, origin, selection)) {
         backend::copyRow(row, out, in + start, streamed);
     } else {
-        backend::storeRow(row, out, streamed,
-                          [=](unsigned long x) { return in[start + step * static_cast<unsigned int>(x)]; });
+        backend::storeRow(row, out, streamed, [=](unsigned int, unsigned long x) {
+            return in[start + step * static_cast<unsigned int>(x)];
+        });
     }
 }
 
@@ -67,8 +71,7 @@ template <class T>
 GPU_ROW void gatherRow(backend::Row row, T* out, T const* in, unsigned int origin, IndexVector selection,
                        bool streamed) {
     RowOffsets offsets = offsetsOf(row, origin, selection);
-    unsigned int const begin = row.begin();
-    backend::storeRow(row, out, streamed, [&](unsigned long x) { return in[offsets[x - begin]]; });
+    backend::storeRow(row, out, streamed, [&](unsigned int t, unsigned long) { return in[offsets[t]]; });
 }
 
 // `out[origin + selection.at(x)]` = `in[x]`, or one value for all.
@@ -109,8 +112,7 @@ template <class T, class Source>
 GPU_ROW void scatterRow(backend::Row row, T* out, Source source, unsigned int origin, IndexVector selection,
                         bool /*streamed*/) {
     RowOffsets offsets = offsetsOf(row, origin, selection);
-    unsigned int const begin = row.begin();
-    row.forEach([&](unsigned long x) { out[offsets[x - begin]] = elementAt(source, x); });
+    row.forEachThread([&](unsigned int t, unsigned long x) { out[offsets[t]] = elementAt(source, x); });
 }
 
 /// What a row of a selection does: reads, or writes from a dense array or a value. The element `x` of the row

@@ -38,6 +38,12 @@ class Row {
         if (isIn) f(own);
     }
 
+    /// Calls `f(t, x)` for the threads with their positions `x`, for threads that keep something.
+    template <class F>
+    GPU_DEVICE void forEachThread(F f) const {
+        if (isIn) f(0u, own);
+    }
+
   private:
     unsigned int own;
     bool isIn;
@@ -49,10 +55,10 @@ GPU_DEVICE void copyRow(Row row, T* out, T const* in, bool /*streamed*/) {
     row.forEach([&](unsigned int x) { out[x] = in[x]; });
 }
 
-/// Stores `value(x)` at `out[x]` for the positions of the row.
+/// Stores `value(t, x)` at `out[x]` for the threads `t` of the row with their positions `x`.
 template <class T, class Value>
 GPU_DEVICE void storeRow(Row row, T* out, bool /*streamed*/, Value value) {
-    row.forEach([&](unsigned int x) { out[x] = value(x); });
+    row.forEachThread([&](unsigned int t, unsigned int x) { out[x] = value(t, x); });
 }
 
 /// Stores `value` at `out[x]` for the positions of the row.

@@ -43,16 +43,27 @@ class Row {
         for (unsigned long x = begin_; x < end_; ++x) f(x);
     }
 
+    /// Calls `f(t, x)` for the threads `t` with their positions `x`, for threads that keep something.
+    template <class F>
+    GPU_DEVICE void forEachThread(F f) const {
+        unsigned long const first = begin_;
+#pragma GCC ivdep
+        for (unsigned int t = 0; t < end_ - begin_; ++t) f(t, first + t);
+    }
+
   private:
     unsigned int begin_, end_;
 };
+
+/// Fewer bytes have hardly a line that is whole.
+inline constexpr unsigned long shortestStream = 2 * lineSize;
 
 /// Copies memory that does not overlap; past the caches in whole lines of what is written.
 inline __attribute__((noinline)) void copyMemory(void* to, void const* from, unsigned long size,
                                                  bool streamed) {
     auto* out = static_cast<unsigned char*>(to);
     auto const* in = static_cast<unsigned char const*>(from);
-    if (streamed && size >= 2 * lineSize) {
+    if (streamed && size >= shortestStream) {
         unsigned long const head = -reinterpret_cast<unsigned long>(out) % lineSize;
         std::memcpy(out, in, head);
         unsigned long i = head;
@@ -75,24 +86,23 @@ GPU_DEVICE void copyRow(Row row, T* out, T const* in, bool streamed) {
     copyMemory(out + row.begin(), in + row.begin(), row.size() * sizeof(T), streamed);
 }
 
-/// Stores `value(x)` at `out[x]` for the positions of the row.
+/// Stores `value(t, x)` at `out[x]` for the threads `t` of the row with their positions `x`.
 template <class T, class Value>
 GPU_DEVICE void storeRow(Row row, T* out, bool streamed, Value value) {
-    if (!streamed) {
-        row.forEach([&](unsigned long x) { out[x] = value(x); });
+    if (!streamed || row.size() * sizeof(T) < shortestStream) {
+        row.forEachThread([&](unsigned int t, unsigned long x) { out[x] = value(t, x); });
         return;
     }
     constexpr unsigned int blockSize = 256;
     alignas(lineSize) T values[blockSize];
-    unsigned long const begin = row.begin();
-    row.forEach([&](unsigned long x) { values[x - begin] = value(x); });
-    copyMemory(out + begin, values, row.size() * sizeof(T), true);
+    row.forEachThread([&](unsigned int t, unsigned long x) { values[t] = value(t, x); });
+    copyMemory(out + row.begin(), values, row.size() * sizeof(T), true);
 }
 
 /// Stores `value` at `out[x]` for the positions of the row.
 template <class T>
 GPU_ROW void fillRow(Row row, T* out, T value, bool streamed) {
-    storeRow(row, out, streamed, [=](unsigned long) { return value; });
+    storeRow(row, out, streamed, [=](unsigned int, unsigned long) { return value; });
 }
 
 /// The row of a block's threads from element `first` of `n` on.
@@ -106,8 +116,8 @@ GPU_DEVICE Row rowOf(Threads const& threads, unsigned int first, unsigned int n)
 template <class T>
 GPU_DEVICE void storeIf(bool condition, T* to, T value) {
     T elsewhere;
-    T* volatile const nowhere = &elsewhere;
-    *(condition ? to : nowhere) = value;
+    T* const targets[2] = {&elsewhere, to};
+    *targets[condition] = value;
 }
 
 /// Calls `f(row, y, z)` for the rows of a block that begins at `first` in an array of this extent.
