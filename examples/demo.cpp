@@ -1,11 +1,15 @@
 // The library's main job on real data: a table of measurements goes to the device, families work on it there,
 // and what they leave is read back and printed.
 //
-//   demo <table.csv>      a header line, then rows; NA marks a missing value; columns of text are left out
+//   demo <table.csv>      a header line, then rows; NA marks a missing value; of columns of text only those
+//   of two words
+//                         are used
 
 #include <cuda_runtime.h>
 #include <gpuruntime/accumulation.hpp>
+#include <gpuruntime/casts.hpp>
 #include <gpuruntime/device_properties.hpp>
+#include <gpuruntime/predicates.hpp>
 #include <gpuruntime/random.hpp>
 #include <gpuruntime/ranges.hpp>
 #include <gpuruntime/reductions.hpp>
@@ -14,13 +18,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <limits>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -31,14 +35,16 @@ void check(cudaError status, char const* step) {
     std::exit(1);
 }
 
-/// An array in device memory, owned by the engine.
+/// An array in device memory, owned by the engine. On the host logicals are bytes.
 template <class T>
 class DeviceVector {
+    using OnHost = std::conditional_t<std::is_same_v<T, bool>, unsigned char, T>;
+
   public:
     explicit DeviceVector(std::size_t size) : count(size) {
         check(cudaMalloc(&memory, size * sizeof(T)), "allocating");
     }
-    explicit DeviceVector(std::vector<T> const& values) : DeviceVector(values.size()) {
+    explicit DeviceVector(std::vector<OnHost> const& values) : DeviceVector(values.size()) {
         check(cudaMemcpy(memory, values.data(), count * sizeof(T), cudaMemcpyHostToDevice), "copying in");
     }
     ~DeviceVector() { cudaFree(memory); }
@@ -47,8 +53,8 @@ class DeviceVector {
 
     T* data() { return memory; }
 
-    std::vector<T> values() const {
-        std::vector<T> result(count);
+    std::vector<OnHost> values() const {
+        std::vector<OnHost> result(count);
         check(cudaMemcpy(result.data(), memory, count * sizeof(T), cudaMemcpyDeviceToHost), "copying out");
         return result;
     }
@@ -58,10 +64,11 @@ class DeviceVector {
     std::size_t count;
 };
 
-/// The numeric columns of a table as a column-major matrix; a missing value is NaN.
+/// The numeric columns of a table as a column-major matrix, and its columns of two words as numbers, 1 for
+/// the word in the name and 0 for the other; a missing value is NaN.
 struct Table {
-    std::vector<std::string> names;
-    std::vector<double> values;
+    std::vector<std::string> names, wordNames;
+    std::vector<double> values, words;
     unsigned long rows = 0, columns = 0;
 };
 
@@ -80,6 +87,22 @@ bool readsAsNumber(std::string const& cell, double& value) {
     return !cell.empty() && *end == '\0';
 }
 
+/// If there are two words in a column, appends it as numbers.
+void appendWords(Table& table, std::string const& name, std::vector<std::string> const& column) {
+    auto const isWord = [](std::string const& cell) { return cell != "NA"; };
+    auto const first = std::find_if(column.begin(), column.end(), isWord);
+    auto const second =
+        std::find_if(first, column.end(), [&](auto& cell) { return isWord(cell) && cell != *first; });
+    if (second == column.end()) return;
+    auto const isOther = [&](auto& cell) { return isWord(cell) && cell != *first && cell != *second; };
+    if (std::any_of(second, column.end(), isOther)) return;
+    table.wordNames.push_back(name + " is " + *first);
+    for (std::string const& cell : column) {
+        table.words.push_back(isWord(cell) ? (cell == *first ? 1 : 0)
+                                           : std::numeric_limits<double>::quiet_NaN());
+    }
+}
+
 Table readTable(char const* path) {
     std::ifstream file(path);
     std::string line;
@@ -89,6 +112,7 @@ Table readTable(char const* path) {
     }
     std::vector<std::string> const names = cells(line);
     std::vector<std::vector<double>> columns(names.size());
+    std::vector<std::vector<std::string>> texts(names.size());
     std::vector<bool> numeric(names.size(), true);
     while (std::getline(file, line)) {
         auto const row = cells(line);
@@ -96,11 +120,15 @@ Table readTable(char const* path) {
             double value = 0;
             numeric[c] = c < row.size() && readsAsNumber(row[c], value) && numeric[c];
             columns[c].push_back(value);
+            texts[c].push_back(c < row.size() ? row[c] : "");
         }
     }
     Table table;
     for (std::size_t c = 0; c < names.size(); ++c) {
-        if (!numeric[c]) continue;
+        if (!numeric[c]) {
+            appendWords(table, names[c], texts[c]);
+            continue;
+        }
         table.names.push_back(names[c]);
         table.values.insert(table.values.end(), columns[c].begin(), columns[c].end());
     }
@@ -130,18 +158,13 @@ void storeProperties() {
 
 /// For each column, over the values that are not missing: how many, their sum and mean, the smallest and the
 /// largest with their rows.
-void printSummaries(Table const& table, DeviceVector<double>& matrix) {
+void printSummaries(Table const& table, DeviceVector<double>& matrix, DeviceVector<bool>& missing) {
     unsigned long const n = table.values.size(), rows = table.rows, columns = table.columns;
-    std::vector<unsigned char> present;
-    for (double value : table.values) present.push_back(!std::isnan(value));
-    DeviceVector<unsigned char> mask(present);
-
-    DeviceVector<double> counts(columns), sums(columns), lows(columns), lowRows(columns), highs(columns),
-        highRows(columns);
+    DeviceVector<double> missingCounts(columns), sums(columns), lows(columns), lowRows(columns),
+        highs(columns), highRows(columns);
     cudaStream_t const stream = nullptr;
     using namespace gpuruntime;
-    check(SumAsDouble::Invoker<unsigned char>()(stream, counts.data(), mask.data(), n, rows, 1, true),
-          "counting");
+    check(CountNonZero::Invoker<bool>()(stream, missingCounts.data(), missing.data(), n, rows), "counting");
     check(SumNative::Invoker<double>()(stream, sums.data(), matrix.data(), n, rows, 1, false), "summing");
     check(MinWithIndex::Invoker<double>()(stream, lows.data(), lowRows.data(), matrix.data(), n, rows, 1, 1,
                                           false),
@@ -150,30 +173,71 @@ void printSummaries(Table const& table, DeviceVector<double>& matrix) {
                                           false),
           "finding the largest");
 
-    auto const count = counts.values(), sum = sums.values(), low = lows.values(), lowRow = lowRows.values(),
-               high = highs.values(), highRow = highRows.values();
+    auto const missingCount = missingCounts.values(), sum = sums.values(), low = lows.values(),
+               lowRow = lowRows.values(), high = highs.values(), highRow = highRows.values();
     std::printf("\n%-18s %5s %10s %10s %9s %5s %9s %5s\n", "column", "count", "sum", "mean", "min", "row",
                 "max", "row");
     for (unsigned long c = 0; c < columns; ++c) {
-        std::printf("%-18s %5.0f %10.1f %10.3f %9.1f %5.0f %9.1f %5.0f\n", table.names[c].c_str(), count[c],
-                    sum[c], sum[c] / count[c], low[c], lowRow[c], high[c], highRow[c]);
+        double const count = static_cast<double>(rows) - missingCount[c];
+        std::printf("%-18s %5.0f %10.1f %10.3f %9.1f %5.0f %9.1f %5.0f\n", table.names[c].c_str(), count,
+                    sum[c], sum[c] / count, low[c], lowRow[c], high[c], highRow[c]);
     }
 }
 
-/// The running total of a column, a missing value counting as 0.
-void printRunningTotal(Table const& table, unsigned long column) {
-    auto const first = table.values.begin() + static_cast<long>(column * table.rows);
-    std::vector<double> values(first, first + static_cast<long>(table.rows));
-    for (double& value : values) value = std::isnan(value) ? 0 : value;
-    DeviceVector<double> data(values), total(1);
-    check(
-        gpuruntime::CumSum::Invoker<double>()(nullptr, total.data(), data.data(), table.rows, table.rows, 1),
-        "accumulating");
+/// The type that each column has beneath its numbers. One is of integers if, cast to them, it differs only
+/// where a value is missing.
+void printTypes(Table const& table, DeviceVector<double>& matrix, DeviceVector<bool>& missing) {
+    using namespace gpuruntime;
+    unsigned long const n = table.values.size(), rows = table.rows, columns = table.columns;
+    cudaStream_t const stream = nullptr;
+    DeviceVector<int> integers(n);
+    DeviceVector<bool> differs(n);
+    DeviceVector<double> missingCounts(columns), differences(columns);
+    CastToReal::Invoker<int, double>()(stream, n, integers.data(), matrix.data());
+    check(cudaGetLastError(), "casting to integers");
+    ElementwiseCompare::Invoker<int, double>()(stream, n, differs.data(), integers.data(), matrix.data(),
+                                               false, true);
+    check(cudaGetLastError(), "comparing");
+    check(CountNonZero::Invoker<bool>()(stream, missingCounts.data(), missing.data(), n, rows), "counting");
+    check(CountNonZero::Invoker<bool>()(stream, differences.data(), differs.data(), n, rows), "counting");
+    auto const missingCount = missingCounts.values(), difference = differences.values();
+    std::printf("\n%-18s %-8s %7s\n", "column", "type", "missing");
+    for (unsigned long c = 0; c < columns; ++c) {
+        std::printf("%-18s %-8s %7.0f\n", table.names[c].c_str(),
+                    difference[c] == missingCount[c] ? "integer" : "real", missingCount[c]);
+    }
+
+    for (unsigned long c = 0; c < table.wordNames.size(); ++c) {
+        auto const first = table.words.begin() + static_cast<long>(c * rows);
+        DeviceVector<double> numbers(std::vector<double>(first, first + static_cast<long>(rows)));
+        DeviceVector<bool> logicals(rows);
+        check(CastToBool::Invoker<double>()(stream, rows, logicals.data(), numbers.data()),
+              "casting to logicals");
+        constexpr unsigned int noError = 1000;
+        bool const isWhole = CastToBool().getErrorFlag(stream) == noError;
+        CastToBoolAllowNaN::Invoker<double>()(stream, rows, logicals.data(), numbers.data(), false);
+        check(cudaGetLastError(), "casting to logicals");
+        DeviceVector<double> trueCount(1);
+        check(CountNonZero::Invoker<bool>()(stream, trueCount.data(), logicals.data(), rows, rows),
+              "counting");
+        std::printf("%-18s %-8s %7s   true in %.0f rows\n", table.wordNames[c].c_str(), "logical",
+                    isWhole ? "none" : "some", trueCount.values()[0]);
+    }
+}
+
+/// The running total of a column as integers, in which a missing value is 0.
+void printRunningTotal(Table const& table, DeviceVector<double>& matrix, unsigned long column) {
+    using namespace gpuruntime;
+    DeviceVector<int> data(table.rows), total(1);
+    CastToReal::Invoker<int, double>()(nullptr, table.rows, data.data(), matrix.data() + column * table.rows);
+    check(cudaGetLastError(), "casting to integers");
+    check(CumSum::Invoker<int>()(nullptr, total.data(), data.data(), table.rows, table.rows, 1),
+          "accumulating");
     auto const running = data.values();
     std::printf("\nrunning total of %s\n", table.names[column].c_str());
     for (unsigned long row = 49; row < table.rows; row += 50)
-        std::printf("  row %3lu %12.1f\n", row + 1, running[row]);
-    std::printf("  in all  %12.1f\n", total.values()[0]);
+        std::printf("  row %3lu %10d\n", row + 1, running[row]);
+    std::printf("  in all  %10d\n", total.values()[0]);
 }
 
 /// The rows in the order of two columns, the first ascending and the second descending. The table is
@@ -232,12 +296,12 @@ class Stream {
 
 /// The spread of a column's mean over samples drawn with replacement, which tells how far the mean can be
 /// trusted.
-void printBootstrap(Table const& table, unsigned long column) {
+void printBootstrap(Table const& table, DeviceVector<bool> const& missing, unsigned long column) {
     unsigned long const samples = 1000;
+    auto const isMissing = missing.values();
     std::vector<double> values;
-    for (unsigned long row = 0; row < table.rows; ++row) {
-        double const value = table.values[column * table.rows + row];
-        if (!std::isnan(value)) values.push_back(value);
+    for (unsigned long i = column * table.rows; i < (column + 1) * table.rows; ++i) {
+        if (!isMissing[i]) values.push_back(table.values[i]);
     }
     unsigned long const n = values.size();
 
@@ -275,9 +339,13 @@ int main(int argc, char** argv) {
     std::printf("table: %lu rows, %lu numeric columns\n", table.rows, table.columns);
 
     DeviceVector<double> matrix(table.values);
-    printSummaries(table, matrix);
+    DeviceVector<bool> missing(table.values.size());
+    gpuruntime::IsNaN::Invoker<double>()(nullptr, missing.data(), matrix.data(), table.values.size());
+    check(cudaGetLastError(), "finding missing values");
+    printSummaries(table, matrix, missing);
+    printTypes(table, matrix, missing);
     unsigned long const last = table.columns - 1, beforeLast = table.columns > 1 ? last - 1 : last;
-    printRunningTotal(table, beforeLast);
+    printRunningTotal(table, matrix, beforeLast);
     printSortedRows(table, matrix, static_cast<double>(last + 1), static_cast<double>(beforeLast + 1));
-    printBootstrap(table, beforeLast);
+    printBootstrap(table, missing, beforeLast);
 }
