@@ -117,7 +117,7 @@ void run(unsigned long numCalls, unsigned long firstSeed) {
     for (auto const& [name, runCase] : allCases()) {
         session.name = name;
         for (session.call = 0; session.call < numCalls; ++session.call) {
-            Case call(firstSeed + session.call);
+            Case call(std::hash<std::string>()(name) + firstSeed + session.call);
             auto const limits = someLimits(call);
             runCase(call);
             call.result(static_cast<unsigned long>(cudaGetLastError()));

@@ -11,9 +11,10 @@ struct Segments {
     unsigned long length, stride, numElements;
 
     explicit Segments(Case& call) {
-        length = call.number(1, 4000);
+        constexpr unsigned long most = 15000;
         stride = call.flag() ? 1 : call.number(2, 600);
-        numElements = length * stride * call.number(1, 1 + 20000 / (length * stride));
+        length = call.number(1, most / stride);
+        numElements = length * stride * call.number(1, most / (length * stride));
         if (stride == 1) numElements -= call.number(0, length);
     }
 
