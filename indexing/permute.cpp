@@ -116,7 +116,8 @@ struct PermuteKernelVaryDim1 {
         unsigned int const blockSize = at.threads.sizeX();
         unsigned int const block = at.blockY * at.totalBlocksX + at.blockX;
         // A grid that steps in one direction visits every block, and spare ones. In both it walks a diagonal,
-        // where a number past the last block wraps around to one that may not have been visited.
+        // where a number past the last block wraps around to one that may not have been visited; where it
+        // has, two blocks write the same values to the same places.
         dim3 const grid = backend::gridSize();
         bool const diagonal = at.totalBlocksX != grid.x && at.totalBlocksY != grid.y;
         bool const past =

@@ -15,6 +15,7 @@ packages=(
     libthrust-dev      # Thrust on the host device; the CUDA toolkit brings its own
     libgtest-dev       # tests
     libmpfr-dev        # what the mathematical functions are tested against
+    libboost-context-dev  # fibers, which run the cuda device's code without a GPU
     libbenchmark-dev   # benchmarks
 )
 for option in "$@"; do

@@ -14,8 +14,8 @@
 #include "device_memory.hpp"
 #include "reports.hpp"
 
-// By the linker: the image that this code is part of, and its variables without initial value. Of these, all that a
-// kernel touches are shared, or device variables.
+// By the linker: the image that this code is part of, and its variables without initial value. Of these, all
+// that a kernel touches are shared, or device variables.
 extern "C" {
 extern char const __ehdr_start[] __attribute__((visibility("hidden")));
 extern char const __bss_start[] __attribute__((visibility("hidden")));
@@ -55,8 +55,9 @@ Memory memoryAt(std::uintptr_t address, std::size_t size) {
         }
         return address < addressOf(__bss_start) ? Memory::constant : Memory::shared;
     }
-    auto const after = std::upper_bound(allocations.begin(), allocations.end(), address,
-                                        [](std::uintptr_t at, Range const& range) { return at < range.begin; });
+    auto const after =
+        std::upper_bound(allocations.begin(), allocations.end(), address,
+                         [](std::uintptr_t at, Range const& range) { return at < range.begin; });
     bool const isAllocated = after != allocations.begin() && address + size <= (after - 1)->end;
     return isAllocated ? Memory::global : Memory::foreign;
 }
@@ -134,7 +135,8 @@ class Shadow {
         Cell* const fresh = cells + numUsed;
         numUsed += n;
         if (chunk.cells != nullptr) {
-            for (std::size_t i = 0; i < n; ++i) fresh[i] = chunk.cells[i >> (chunk.log2Granule - log2Granule)];
+            for (std::size_t i = 0; i < n; ++i)
+                fresh[i] = chunk.cells[i >> (chunk.log2Granule - log2Granule)];
         }
         chunk = {fresh, log2Granule};
     }
@@ -220,7 +222,8 @@ class Check {
     void reportRace(Access const& other, char const* otherKind) {
         isReported = true;
         std::string text = memory == Memory::shared ? "shared" : "global";
-        text += std::string(" memory is ") + otherKind + " and " + (kind.isWrite ? "written" : "read") + " by ";
+        text +=
+            std::string(" memory is ") + otherKind + " and " + (kind.isWrite ? "written" : "read") + " by ";
         if (other.isOfOtherBlock()) {
             text += "two blocks";
         } else {
@@ -265,7 +268,8 @@ void beginLaunch() {
     shadow.trim();
     running.firstOfLaunch = running.stretch + 1;
     allocations.clear();
-    for (auto const& [address, size] : hostdevice::deviceMemory()) allocations.push_back({address, address + size});
+    for (auto const& [address, size] : hostdevice::deviceMemory())
+        allocations.push_back({address, address + size});
 }
 
 void beginBlock() { running.firstOfBlock = ++running.stretch; }
@@ -286,7 +290,8 @@ Unchecked::Unchecked() : wasChecked(isChecked) { isChecked = false; }
 Unchecked::~Unchecked() { isChecked = wasChecked; }
 
 CheckedVariable::CheckedVariable(void const* address, std::size_t size, bool isConstant) {
-    variables().push_back({{addressOf(address), addressOf(address) + size}, isConstant ? Memory::constant : Memory::global});
+    variables().push_back(
+        {{addressOf(address), addressOf(address) + size}, isConstant ? Memory::constant : Memory::global});
 }
 
 void access(void const* pointer, std::size_t size, AccessKind kind, void const* site) {
@@ -305,14 +310,14 @@ void access(void const* pointer, std::size_t size, AccessKind kind, void const* 
 
 using gpuruntime::fibers::access;
 
-#define KVGPU_ACCESS(name, size, isWrite, isAtomic)                                 \
-    extern "C" void __tsan_##name##size(void* address) {                            \
-        access(address, size, {isWrite, isAtomic}, __builtin_return_address(0));    \
+#define KVGPU_ACCESS(name, size, isWrite, isAtomic)                              \
+    extern "C" void __tsan_##name##size(void* address) {                         \
+        access(address, size, {isWrite, isAtomic}, __builtin_return_address(0)); \
     }
-#define KVGPU_ACCESSES(size)                      \
-    KVGPU_ACCESS(read, size, false, false)          \
-    KVGPU_ACCESS(write, size, true, false)          \
-    KVGPU_ACCESS(volatile_read, size, false, true)  \
+#define KVGPU_ACCESSES(size)                       \
+    KVGPU_ACCESS(read, size, false, false)         \
+    KVGPU_ACCESS(write, size, true, false)         \
+    KVGPU_ACCESS(volatile_read, size, false, true) \
     KVGPU_ACCESS(volatile_write, size, true, true)
 KVGPU_ACCESSES(1)
 KVGPU_ACCESSES(2)
@@ -333,14 +338,18 @@ void __tsan_init() {}
 void __tsan_vptr_update(void*, void*) {}
 
 // The atomic operations of the units' host code.
-#define KVGPU_ATOMICS(bits, T)                                                                                    \
-    T __tsan_atomic##bits##_load(T const volatile* from, int) { return __atomic_load_n(from, __ATOMIC_SEQ_CST); } \
-    void __tsan_atomic##bits##_store(T volatile* to, T value, int) { __atomic_store_n(to, value, __ATOMIC_SEQ_CST); } \
-    T __tsan_atomic##bits##_fetch_add(T volatile* to, T value, int) {                                             \
-        return __atomic_fetch_add(to, value, __ATOMIC_SEQ_CST);                                                   \
-    }                                                                                                             \
-    T __tsan_atomic##bits##_fetch_sub(T volatile* to, T value, int) {                                             \
-        return __atomic_fetch_sub(to, value, __ATOMIC_SEQ_CST);                                                   \
+#define KVGPU_ATOMICS(bits, T)                                        \
+    T __tsan_atomic##bits##_load(T const volatile* from, int) {       \
+        return __atomic_load_n(from, __ATOMIC_SEQ_CST);               \
+    }                                                                 \
+    void __tsan_atomic##bits##_store(T volatile* to, T value, int) {  \
+        __atomic_store_n(to, value, __ATOMIC_SEQ_CST);                \
+    }                                                                 \
+    T __tsan_atomic##bits##_fetch_add(T volatile* to, T value, int) { \
+        return __atomic_fetch_add(to, value, __ATOMIC_SEQ_CST);       \
+    }                                                                 \
+    T __tsan_atomic##bits##_fetch_sub(T volatile* to, T value, int) { \
+        return __atomic_fetch_sub(to, value, __ATOMIC_SEQ_CST);       \
     }
 KVGPU_ATOMICS(8, unsigned char)
 KVGPU_ATOMICS(32, unsigned int)

@@ -2,10 +2,11 @@
 
 #include <cstddef>
 
-/// The checker of accesses to memory. The units with kernels are compiled with -fsanitize=thread, which calls a
-/// function before each access; accesses.cpp brings these functions in place of that sanitizer's own. While a thread
-/// of a kernel runs, these are errors:
-/// - two threads of a block touch a byte between the same barriers, or two blocks in a launch, unless both read it or
+/// The checker of accesses to memory. The units with kernels are compiled with -fsanitize=thread, which calls
+/// a function before each access; accesses.cpp brings these functions in place of that sanitizer's own. While
+/// a thread of a kernel runs, these are errors:
+/// - two threads of a block touch a byte between the same barriers, or two blocks in a launch, unless both
+/// read it or
 ///   both do so atomically; a volatile read counts as atomic;
 /// - a thread reads shared memory that its block has not written;
 /// - a thread writes constant memory;

@@ -20,9 +20,9 @@ namespace {
 
 using boost::context::fiber;
 
-/// Stacks at multiples of their size, by which the checker knows what lies on a thread's own. The page at the low
-/// end is a guard. At the other end they begin in different cache lines, or they would drive each other out of the
-/// caches.
+/// Stacks at multiples of their size, by which the checker knows what lies on a thread's own. The page at the
+/// low end is a guard. At the other end they begin in different cache lines, or they would drive each other
+/// out of the caches.
 struct Stacks {
     using traits_type = boost::context::stack_traits;
 
@@ -67,8 +67,8 @@ struct Warp {
     unsigned int expected() const { return mask & existing; }
 };
 
-/// The block that runs. Between two barriers each thread runs in turn; those that wait in a shuffle for others go on
-/// in the next turn.
+/// The block that runs. Between two barriers each thread runs in turn; those that wait in a shuffle for
+/// others go on in the next turn.
 class Block {
   public:
     void runGrid(Launch const& newLaunch) {
@@ -143,15 +143,16 @@ class Block {
 
     fiber idleFiber() {
         if (idle.empty()) {
-            return fiber(std::allocator_arg, Stacks(), [this](fiber&& from) { return runThreads(std::move(from)); });
+            return fiber(std::allocator_arg, Stacks(),
+                         [this](fiber&& from) { return runThreads(std::move(from)); });
         }
         fiber context = std::move(idle.back());
         idle.pop_back();
         return context;
     }
 
-    /// A fiber's program: it starts threads one after another, until one waits. When that has finished and all have
-    /// been started, the fiber is idle.
+    /// A fiber's program: it starts threads one after another, until one waits. When that has finished and
+    /// all have been started, the fiber is idle.
     fiber runThreads(fiber&& from) {
         scheduler = std::move(from);
         for (;;) {
@@ -255,7 +256,8 @@ class Block {
                    waiting->site);
         }
         for (Thread const& thread : threads) {
-            if (isWaiting(thread) && thread.site != waiting->site && !isSamePlace(thread.site, waiting->site)) {
+            if (isWaiting(thread) && thread.site != waiting->site &&
+                !isSamePlace(thread.site, waiting->site)) {
                 report("barrier", "threads of a block meet at different ones", waiting->site, thread.site);
                 return;
             }

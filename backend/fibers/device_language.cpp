@@ -1,6 +1,6 @@
 #include "device_language.hpp"
 
-#include <boost/math/special_functions/erf.hpp>
+#include <cmath>
 
 #include "accesses.hpp"
 
@@ -45,9 +45,8 @@ unsigned int atomicAnd(unsigned int* word, unsigned int mask) {
     return atomically(word, __builtin_return_address(0), [=](unsigned int old) { return old & mask; });
 }
 
-double erfcinv(double y) {
-    if (!(y > 0 && y < 2)) return y == 0 ? HUGE_VAL : y == 2 ? -HUGE_VAL : NAN;
-    return boost::math::erfc_inv(y);
+unsigned int atomicOr(unsigned int* word, unsigned int mask) {
+    return atomically(word, __builtin_return_address(0), [=](unsigned int old) { return old | mask; });
 }
 
 // In place of the C library's, which do not tell the zeros apart: on a GPU +0 is above -0.

@@ -1,10 +1,13 @@
 #pragma once
 
-// What backend/cuda/ uses of the device language, for a plain C++ compiler. Its meaning is that of the CUDA C++
-// Programming Guide, and of the PTX ISA where the guide leaves it to the instructions.
+// What backend/cuda/ uses of the device language, for a plain C++ compiler. Its meaning is that of the CUDA
+// C++ Programming Guide, and of the PTX ISA where the guide leaves it to the instructions.
 
-#include <cmath>
+#include <math.h>  // also for float, in the global namespace
+
+#include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "vector_types.h"
 
@@ -25,14 +28,23 @@ struct BuiltIn {
 };
 extern BuiltIn builtIn __attribute__((visibility("hidden")));
 
-/// A conversion toward zero, saturating. Of a NaN in 64 bits it is the highest bit alone.
-template <class Integer>
-inline Integer convertedTowardZero(double value) {
+/// A conversion toward zero, saturating. NaN gives 0 from `float` to 32 bits, and otherwise the highest bit.
+template <class Integer, class T>
+inline Integer convertedTowardZero(T value) {
     using Limits = std::numeric_limits<Integer>;
-    constexpr double end = 2.0 * (Limits::max() / 2 + 1);  // the maximum itself is not always a double
-    if (value != value) return static_cast<Integer>(1ull << (8 * sizeof(Integer) - 1));
-    if (value <= static_cast<double>(Limits::min())) return Limits::min();
+    constexpr T end = T(2) * (Limits::max() / 2 + 1);  // the maximum itself is not always a floating value
+    constexpr bool isNaNZero = std::is_same_v<T, float> && sizeof(Integer) == 4;
+    if (value != value) return isNaNZero ? 0 : static_cast<Integer>(1ull << (8 * sizeof(Integer) - 1));
+    if (value <= static_cast<T>(Limits::min())) return Limits::min();
     return value >= end ? Limits::max() : static_cast<Integer>(value);
+}
+
+template <class To, class From>
+inline To sameBits(From from) {
+    static_assert(sizeof(To) == sizeof(From));
+    To to;
+    std::memcpy(&to, &from, sizeof to);
+    return to;
 }
 
 }  // namespace gpuruntime::fibers
@@ -48,14 +60,19 @@ unsigned int __shfl_down_sync(unsigned int mask, unsigned int value, unsigned in
 // and these are one access to memory.
 unsigned int atomicCAS(unsigned int* word, unsigned int expected, unsigned int desired);
 unsigned int atomicAnd(unsigned int* word, unsigned int mask);
+unsigned int atomicOr(unsigned int* word, unsigned int mask);
 
-inline int __double2int_rz(double x) { return gpuruntime::fibers::convertedTowardZero<int>(x); }
-inline unsigned int __double2uint_rz(double x) {
-    return gpuruntime::fibers::convertedTowardZero<unsigned int>(x);
-}
-inline long long __double2ll_rz(double x) { return gpuruntime::fibers::convertedTowardZero<long long>(x); }
-inline unsigned long long __double2ull_rz(double x) {
-    return gpuruntime::fibers::convertedTowardZero<unsigned long long>(x);
-}
+#define KVGPU_CONVERSION(name, T, Integer) \
+    inline Integer name(T value) { return gpuruntime::fibers::convertedTowardZero<Integer>(value); }
+KVGPU_CONVERSION(__double2int_rz, double, int)
+KVGPU_CONVERSION(__double2uint_rz, double, unsigned int)
+KVGPU_CONVERSION(__double2ll_rz, double, long long)
+KVGPU_CONVERSION(__double2ull_rz, double, unsigned long long)
+KVGPU_CONVERSION(__float2int_rz, float, int)
+KVGPU_CONVERSION(__float2uint_rz, float, unsigned int)
+KVGPU_CONVERSION(__float2ll_rz, float, long long)
+KVGPU_CONVERSION(__float2ull_rz, float, unsigned long long)
+#undef KVGPU_CONVERSION
 
-double erfcinv(double y);
+inline long long __double_as_longlong(double value) { return gpuruntime::fibers::sameBits<long long>(value); }
+inline double __longlong_as_double(long long bits) { return gpuruntime::fibers::sameBits<double>(bits); }

@@ -14,7 +14,8 @@ struct BlocksOfFibers {
     template <auto kernelFunction, class... Parameters>
     static void run(dim3 grid, dim3 block, std::uint64_t /*first*/, std::uint64_t /*last*/,
                     Parameters... parameters) {
-        // The calls themselves are not checked: what the parameters are copied from is no memory of the device.
+        // The calls themselves are not checked: what the parameters are copied from is no memory of the
+        // device.
         auto const call = [&]() __attribute__((no_sanitize("thread"))) { kernelFunction(parameters...); };
         auto const thread = [](void const* self) __attribute__((no_sanitize("thread"))) {
             (*static_cast<decltype(call)*>(self))();

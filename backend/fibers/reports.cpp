@@ -40,7 +40,8 @@ struct Reports {
         if (dladdr(site, &image) == 0) return "?";
         auto const offset = static_cast<char const*>(site) - static_cast<char const*>(image.dli_fbase);
         char command[1000];
-        std::snprintf(command, sizeof command, "addr2line -s -i -e '%s' %#tx 2>/dev/null", image.dli_fname, offset - 1);
+        std::snprintf(command, sizeof command, "addr2line -s -i -e '%s' %#tx 2>/dev/null", image.dli_fname,
+                      offset - 1);
         std::string lines;
         if (FILE* const output = popen(command, "r")) {
             char line[500];
@@ -59,7 +60,8 @@ struct AtExit {
         auto const reports = takeReports();
         bool failed = false;
         for (Report const& report : reports) {
-            std::fprintf(stderr, "fibers: %u x %s in %s\n", report.count, report.kind.c_str(), report.kernel.c_str());
+            std::fprintf(stderr, "fibers: %u x %s in %s\n", report.count, report.kind.c_str(),
+                         report.kernel.c_str());
             failed |= report.kind != harmlessRace;
         }
         if (!failed) return;
@@ -86,7 +88,8 @@ void report(char const* kind, std::string const& text, void const* site, void co
     reports.all.push_back({kind, kernel, text, place, otherPlace, 1});
     uint3 const block = builtIn.blockIndex, thread = builtIn.threadIndex;
     std::fprintf(stderr, "fibers: %s: %s\n  in %s, block (%u, %u, %u), thread (%u, %u, %u)\n  at %s\n", kind,
-                 text.c_str(), kernel.c_str(), block.x, block.y, block.z, thread.x, thread.y, thread.z, place.c_str());
+                 text.c_str(), kernel.c_str(), block.x, block.y, block.z, thread.x, thread.y, thread.z,
+                 place.c_str());
     if (!otherPlace.empty()) std::fprintf(stderr, "  and at %s\n", otherPlace.c_str());
 }
 

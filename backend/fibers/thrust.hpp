@@ -11,7 +11,8 @@
 #include <thrust/transform.h>
 #include <thrust/tuple.h>
 
-/// Thrust on its serial system. It throws `thrust::system::detail::bad_alloc` where there is no temporary memory.
+/// Thrust on its serial system. It throws `thrust::system::detail::bad_alloc` where there is no temporary
+/// memory.
 namespace gpuruntime::backend {
 
 /// Temporary memory from the runtime, where it can fail as on a GPU.

@@ -84,8 +84,7 @@ struct KernelCode<kernelFunction, Blocks> {
 template <auto kernelFunction, class Blocks>
 inline constexpr Kernel kernelOf{kernelTag, detail::kernelName<kernelFunction>.data(),
                                  &detail::KernelCode<kernelFunction, Blocks>::runBlocks,
-                                 detail::KernelCode<kernelFunction, Blocks>::numParameters,
-                                 Blocks::isSerial};
+                                 detail::KernelCode<kernelFunction, Blocks>::numParameters, Blocks::isSerial};
 
 /// Runs a kernel over a grid and returns when all blocks have run. Recorded, injected and failing as
 /// `cudaLaunchKernel`, under that name. `work` is about how many elements the launch goes over: a small

@@ -13,8 +13,9 @@
 #include "tests/support/device_array.hpp"
 #include "tests/support/values.hpp"
 
-/// Random calls of every family, whose results one device writes to a file and another compares with its own. Cases of
-/// a kind are told apart by family and element type; a family is added in a line, by the kind of its cases:
+/// Random calls of every family, whose results one device writes to a file and another compares with its own.
+/// Cases of a kind are told apart by family and element type; a family is added in a line, by the kind of its
+/// cases:
 ///
 ///     addCases<Reduction, SumNative>(internal::All{});
 namespace gpuruntime::comparison {
@@ -50,15 +51,14 @@ class Case {
         return values;
     }
 
-    /// What the call gave; it may differ from the other device's by `maxSteps` floating values.
+    /// What the call gave.
     template <class T>
-    void result(DeviceArray<T> const& array, unsigned long maxSteps = 0) {
+    void result(DeviceArray<T> const& array) {
         using E = internal::Part<T>;
         auto const values = array.values();
-        result({values.data(), sizeof(E), values.size() * sizeof(T) / sizeof(E), std::is_floating_point_v<E>},
-               maxSteps);
+        result({values.data(), sizeof(E), values.size() * sizeof(T) / sizeof(E), std::is_floating_point_v<E>});
     }
-    void result(unsigned long value) { result({&value, sizeof value, 1, false}, 0); }
+    void result(unsigned long value) { result({&value, sizeof value, 1, false}); }
 
   private:
     struct Array {
@@ -66,12 +66,26 @@ class Case {
         unsigned long elementSize, size;
         bool isFloating;
     };
-    void result(Array const& values, unsigned long maxSteps);
+    void result(Array const& values);
 
     std::mt19937_64 engine;
 };
 
 void addCases(std::string const& name, void (*run)(Case&));
+
+/// Two element types in place of one, for families that take two.
+template <class A, class B>
+struct Pair {
+    using First = A;
+    using Second = B;
+};
+
+template <class A, class... B>
+internal::TypeList<Pair<A, B>...> pairsWith(internal::TypeList<B...>);
+template <class... A, class List>
+internal::Concatenate<decltype(pairsWith<A>(List{}))...> pairsOf(internal::TypeList<A...>, List);
+template <class ListA, class ListB>
+using Pairs = decltype(pairsOf(ListA{}, ListB{}));
 
 /// Adds, for each type of a list, the cases `Kind<Family, T>::run`.
 template <template <class, class> class Kind, class Family, class... T>

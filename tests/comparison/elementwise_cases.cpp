@@ -44,9 +44,10 @@ struct MovingWindow {
         Elements<double> ends(n);
         for (double& position : ends) position = call.real(-5, 1000);
         DeviceArray<double> positions(ends);
-        unsigned long const length = call.number(1, 1000), before = call.number(0, 300), after = call.number(0, 300);
-        typename Family::template Invoker<T>()(nullptr, n, out.data(), positions.data(), length, before, after,
-                                               static_cast<T>(call.real(-3, 3)));
+        unsigned long const length = call.number(1, 1000), before = call.number(0, 300),
+                            after = call.number(0, 300);
+        typename Family::template Invoker<T>()(nullptr, n, out.data(), positions.data(), length, before,
+                                               after, static_cast<T>(call.real(-3, 3)));
         call.result(out);
     }
 };
@@ -58,7 +59,8 @@ struct Range {
         double const first = call.real(-300, 300), step = call.real(-10, 10);
         typename Family::template Invoker<T> const family;
         if constexpr (std::is_same_v<Family, Colon>) {
-            family(nullptr, out.size(), out.data(), first, step, first + step * static_cast<double>(out.size()));
+            family(nullptr, out.size(), out.data(), first, step,
+                   first + step * static_cast<double>(out.size()));
         } else {
             family(nullptr, out.size(), out.data(), first, step);
         }

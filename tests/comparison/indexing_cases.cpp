@@ -12,9 +12,13 @@ namespace {
 template <class Family, class T>
 struct Transposition {
     static void run(Case& call) {
-        unsigned long const rows = call.number(0, 300), cols = call.number(0, 20000 / (rows + 1));
+        unsigned long const rows = call.number(0, 300);
+        bool const inPlace = call.number(0, 3) == 0;
+        unsigned long const cols = inPlace && rows < 150 ? rows : call.number(0, 20000 / (rows + 1));
         DeviceArray<T> in(call.values<T>(rows * cols)), out(rows * cols);
-        typename Family::template Invoker<T>()(nullptr, out.data(), in.data(), rows, cols);
+        T* const to = inPlace && rows == cols ? in.data() : out.data();
+        typename Family::template Invoker<T>()(nullptr, to, in.data(), rows, cols);
+        call.result(in);
         call.result(out);
     }
 };
@@ -35,8 +39,9 @@ struct Permutation {
         for (unsigned long dimension : order) outSizes.push_back(sizes[dimension - 1]);
         unsigned long const n = std::accumulate(sizes.begin(), sizes.end(), 1ul, std::multiplies<>());
         DeviceArray<T> in(call.values<T>(n)), out(n);
-        typename Family::template Invoker<T>()(nullptr, out.data(), outSizes.size(), outSizes.data(), in.data(),
-                                               sizes.size(), sizes.data(), order.size(), order.data());
+        typename Family::template Invoker<T>()(nullptr, out.data(), outSizes.size(), outSizes.data(),
+                                               in.data(), sizes.size(), sizes.data(), order.size(),
+                                               order.data());
         call.result(out);
     }
 };

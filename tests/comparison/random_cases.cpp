@@ -18,13 +18,11 @@ std::vector<unsigned int> stateOf(Case& call) {
 
 template <class Family, class T>
 struct Stream {
-    static void run(Case& call) { compare(call, 0); }
-
-    static void compare(Case& call, unsigned long maxSteps) {
+    static void run(Case& call) {
         auto state = stateOf(call);
         DeviceArray<T> out(call.number(0, 5000));
         call.result(typename Family::template Invoker<T>()(nullptr, out.data(), state.data(), out.size()));
-        call.result(out, maxSteps);
+        call.result(out);
     }
 };
 
@@ -40,25 +38,19 @@ struct IntegerStream {
     }
 };
 
-/// By the devices' own logarithms, sines and inverse error functions.
-template <class Family, class T>
-struct NormalStream {
-    static void run(Case& call) { Stream<Family, T>::compare(call, 8); }
-};
-
 template <class Generator>
 void addGenerator() {
     addCases<Stream, Rand<Generator>>(internal::FloatingReal{});
     addCases<IntegerStream, RandI<Generator>>(internal::ConvertedReal{});
-    addCases<NormalStream, RandNInversion<Generator>>(internal::FloatingReal{});
+    addCases<Stream, RandNInversion<Generator>>(internal::FloatingReal{});
 }
 
 bool const areAdded = [] {
     addGenerator<MRG32K3AGenerator>();
     addGenerator<Philox4x32Generator>();
     addGenerator<ThreeFry4x64Generator>();
-    addCases<NormalStream, RandNBoxMuller<Philox4x32Generator>>(internal::FloatingReal{});
-    addCases<NormalStream, RandNBoxMuller<ThreeFry4x64Generator>>(internal::FloatingReal{});
+    addCases<Stream, RandNBoxMuller<Philox4x32Generator>>(internal::FloatingReal{});
+    addCases<Stream, RandNBoxMuller<ThreeFry4x64Generator>>(internal::FloatingReal{});
     return true;
 }();
 

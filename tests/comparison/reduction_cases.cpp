@@ -65,8 +65,8 @@ struct Scan {
     static void run(Case& call) {
         Segments const segments(call);
         DeviceArray<T> data(call.values<T>(segments.numElements)), totals(segments.count());
-        call.result(typename Family::template Invoker<T>()(nullptr, totals.data(), data.data(),
-                                                           segments.numElements, segments.length, segments.stride));
+        call.result(typename Family::template Invoker<T>()(
+            nullptr, totals.data(), data.data(), segments.numElements, segments.length, segments.stride));
         call.result(data);
         call.result(totals);
     }

@@ -75,8 +75,8 @@ struct ColumnSort {
         Unsorted<T> array(call);
         typename Family::template Invoker<T> const family;
         if constexpr (std::is_same_v<Family, SortMatrixIndex>) {
-            family(array.data.data(), array.indices.data(), array.labels.data(), array.data.size(), array.ascending,
-                   array.hasNaN);
+            family(array.data.data(), array.indices.data(), array.labels.data(), array.data.size(),
+                   array.ascending, array.hasNaN);
         } else {
             family(array.data.data(), array.labels.data(), array.data.size(), array.ascending, array.hasNaN);
         }
@@ -98,8 +98,9 @@ struct RowSort {
         for (double& column : sortOrder) {
             column = static_cast<double>(1 + call.word() % cols) * (call.flag() ? 1 : -1);
         }
-        call.result(static_cast<unsigned long>(typename Family::template Invoker<T>()(
-            data.data(), rowIndices.data(), rows, sortOrder.size(), call.flag() ? sortOrder.data() : nullptr)));
+        call.result(static_cast<unsigned long>(
+            typename Family::template Invoker<T>()(data.data(), rowIndices.data(), rows, sortOrder.size(),
+                                                   call.flag() ? sortOrder.data() : nullptr)));
         call.result(rowIndices);
     }
 };

@@ -42,8 +42,20 @@ TEST(Conversions, Saturate) {
     EXPECT_EQ(0ull, __double2ull_rz(-1));
 }
 
-// Other than of a single-precision NaN into 32 bits, which is 0.
-TEST(Conversions, OfNaNGiveTheHighestBit) {
+TEST(Conversions, OfFloatSaturateAsWell) {
+    EXPECT_EQ(-2, __float2int_rz(-2.9f));
+    EXPECT_EQ(2147483647, __float2int_rz(0x1p31f));
+    EXPECT_EQ(0u, __float2uint_rz(-1.5f));
+    EXPECT_EQ(std::numeric_limits<long long>::max(), __float2ll_rz(HUGE_VALF));
+    EXPECT_EQ(std::numeric_limits<unsigned long long>::max(), __float2ull_rz(0x1p64f));
+}
+
+TEST(Conversions, OfNaNGiveTheHighestBitOrZero) {
+    float const nanFloat = static_cast<float>(nan);
+    EXPECT_EQ(0, __float2int_rz(nanFloat));
+    EXPECT_EQ(0u, __float2uint_rz(nanFloat));
+    EXPECT_EQ(std::numeric_limits<long long>::min(), __float2ll_rz(nanFloat));
+    EXPECT_EQ(0x8000000000000000ull, __float2ull_rz(nanFloat));
     EXPECT_EQ(-2147483647 - 1, __double2int_rz(nan));
     EXPECT_EQ(0x80000000u, __double2uint_rz(nan));
     EXPECT_EQ(std::numeric_limits<long long>::min(), __double2ll_rz(nan));
@@ -69,6 +81,12 @@ void expectExtremes() {
 TEST(Extremes, TellZerosApartAndPassOverNaN) {
     expectExtremes<float>();
     expectExtremes<double>();
+}
+
+// By way of double precision the sum would be rounded twice, and become 0x1.46c5e4p1.
+TEST(FusedOperations, OfFloatRoundOnce) {
+    float volatile const a = 0x1.c2dp0f, b = 0x1.732p0f, c = 0x1p-60f;
+    EXPECT_EQ(0x1.46c5e6p1f, backend::fma<float>(a, b, c));
 }
 
 std::vector<unsigned int> arranged(char const* order) {

@@ -1,4 +1,5 @@
-// Kernels that are wrong on purpose, a small one for each kind of report, and the right ones that look like them.
+// Kernels that are wrong on purpose, a small one for each kind of report, and the right ones that look like
+// them.
 
 #include <gtest/gtest.h>
 
@@ -149,7 +150,8 @@ struct DifferentBarriers {
 };
 
 TEST(Reports, TellOfThreadsThatMeetAtDifferentBarriers) {
-    expectReport<DifferentBarriers>("barrier", "different", {DifferentBarriers::line, DifferentBarriers::line + 3});
+    expectReport<DifferentBarriers>("barrier", "different",
+                                    {DifferentBarriers::line, DifferentBarriers::line + 3});
 }
 
 struct MissingLanes {
@@ -177,9 +179,7 @@ TEST(Reports, TellOfDifferentMasks) {
 
 struct MaskWithoutItsCaller {
     static constexpr int line = __LINE__ + 2;
-    static GPU_DEVICE void run(int*, unsigned int t) {
-        __shfl_down_sync(0x0000ffff, t, 1);
-    }
+    static GPU_DEVICE void run(int*, unsigned int t) { __shfl_down_sync(0x0000ffff, t, 1); }
 };
 
 TEST(Reports, TellOfAMaskThatLeavesItsCallerOut) {
@@ -268,9 +268,7 @@ TEST(Reports, TellOfAPlainAccessBesideAtomicOnes) {
 
 struct EqualWrites {
     static constexpr int line = __LINE__ + 2;
-    static GPU_DEVICE void run(int* data, unsigned int) {
-        data[0] = 7;
-    }
+    static GPU_DEVICE void run(int* data, unsigned int) { data[0] = 7; }
 };
 
 TEST(Reports, TellRacesApartThatChangeNothing) {
