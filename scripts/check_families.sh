@@ -10,7 +10,7 @@ cmake --preset host -B "$tree" -DKVGPU_FAMILIES="$families" -DKVGPU_INSTANCES=sa
 cmake --build "$tree" --parallel "$(nproc)" --target all elementwise_test indexing_test
 
 # Its tests are those of the two groups and what every build has.
-expected='elementwise_test exports exports_self_test frame_test guarded_product_test host_device_test indexing_test'
+expected='elementwise_test exports exports_self_test frame_test guarded_product_test host_device_test indexing_test math_test'
 tests=$(ctest --test-dir "$tree" -N | sed -n 's/^ *Test *#[0-9]*: //p' | sort | xargs)
 if [[ $tests != "$expected" ]]; then
     echo "the tests of $families are: $tests" >&2

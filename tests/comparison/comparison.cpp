@@ -87,8 +87,8 @@ void Case::result(Array const& values) {
         unsigned long expectedBits = 0, actualBits = 0;
         std::memcpy(&expectedBits, expected, elementSize);
         std::memcpy(&actualBits, actual, elementSize);
-        std::printf("%s, call %lu: element %lu of %lu is %lx in the file and %lx here\n", session.name.c_str(),
-                    session.call, i, size, expectedBits, actualBits);
+        std::printf("%s, call %lu: element %lu of %lu is %lx in the file and %lx here\n",
+                    session.name.c_str(), session.call, i, size, expectedBits, actualBits);
         ++session.numDifferent;
         return;
     }

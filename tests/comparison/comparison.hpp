@@ -56,7 +56,8 @@ class Case {
     void result(DeviceArray<T> const& array) {
         using E = internal::Part<T>;
         auto const values = array.values();
-        result({values.data(), sizeof(E), values.size() * sizeof(T) / sizeof(E), std::is_floating_point_v<E>});
+        result(
+            {values.data(), sizeof(E), values.size() * sizeof(T) / sizeof(E), std::is_floating_point_v<E>});
     }
     void result(unsigned long value) { result({&value, sizeof value, 1, false}); }
 
