@@ -81,7 +81,7 @@ GPU_DEVICE void storeIf(bool condition, T* to, T value) {
 
 /// Calls `f(row, y, z)` for the rows of a block that begins at `first` in an array of this extent.
 template <class F>
-GPU_DEVICE void forEachRow(TileThreads const& threads, uint3 first, dim3 extent, F f) {
+GPU_DEVICE void forEachRow(TileThreads const& /*threads*/, uint3 first, dim3 extent, F f) {
     if (threadIdx.y >= extent.y - first.y || threadIdx.z >= extent.z - first.z) return;
     Row const row(first.x + threadIdx.x, threadIdx.x < extent.x - first.x);
     f(row, first.y + threadIdx.y, first.z + threadIdx.z);

@@ -88,6 +88,10 @@ internal::Concatenate<decltype(pairsWith<A>(List{}))...> pairsOf(internal::TypeL
 template <class ListA, class ListB>
 using Pairs = decltype(pairsOf(ListA{}, ListB{}));
 
+/// The element type of an operator's output, its second parameter.
+template <class Operator, class Result, class Stream, class Out, class... Rest>
+Out outOf(Result (Operator::*)(Stream, Out*, Rest...) const);
+
 /// Adds, for each type of a list, the cases `Kind<Family, T>::run`.
 template <template <class, class> class Kind, class Family, class... T>
 void addCases(internal::TypeList<T...>) {
