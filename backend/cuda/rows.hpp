@@ -68,7 +68,7 @@ GPU_ROW void fillRow(Row row, T* out, T value, bool /*streamed*/) {
 }
 
 /// The row of a block's threads from element `first` of `n` on.
-GPU_DEVICE Row rowOf(Threads const& threads, unsigned int first, unsigned int n) {
+GPU_DEVICE Row rowOf(Threads const& /*threads*/, unsigned int first, unsigned int n) {
     unsigned int const own = threadIdx.y * blockDim.x + threadIdx.x;
     return {first + own, first < n && own < n - first};
 }
