@@ -199,11 +199,32 @@ TEST_F(CastToBoolCall, LeavesAFailedResetsWordAsItWas) {
     EXPECT_EQ(1046u, CastToBool().getErrorFlag(nullptr));
 }
 
-TEST_F(CastToBoolCall, TellsWhenTheWordCannotBeRead) {
+TEST_F(CastToBoolCall, ReadsTheWordOnTheCallersStreamAndWaitsForIt) {
+    cudaStream_t stream = nullptr;
+    ASSERT_EQ(cudaSuccess, cudaStreamCreate(&stream));
+    EXPECT_EQ(cudaSuccess, call(size, stream));
+    {
+        hostdevice::Recording const recording;
+        EXPECT_EQ(1000u, CastToBool().getErrorFlag(stream));
+        auto const calls = recording.calls();
+        ASSERT_EQ(2u, calls.size());
+        EXPECT_EQ("cudaMemcpyFromSymbolAsync", calls[0].name);
+        EXPECT_EQ("__KVX_PTX_ERROR_CODE", calls[0].symbol);
+        EXPECT_EQ(4u, calls[0].bytes);
+        EXPECT_EQ(stream, calls[0].stream);
+        EXPECT_EQ("cudaStreamSynchronize", calls[1].name);
+        EXPECT_EQ(stream, calls[1].stream);
+    }
+    EXPECT_EQ(cudaSuccess, cudaStreamDestroy(stream));
+}
+
+TEST_F(CastToBoolCall, TellsWhenTheWordCannotBeReadAndWaitsAllTheSame) {
     EXPECT_EQ(cudaSuccess, call(size));
     for (char const* failing : {"cudaMemcpyFromSymbolAsync", "cudaStreamSynchronize"}) {
+        hostdevice::Recording const recording;
         hostdevice::failNextCall(failing, cudaErrorUnknown);
         EXPECT_EQ(1063u, CastToBool().getErrorFlag(nullptr)) << failing;
+        EXPECT_EQ(2u, recording.calls().size());
     }
     EXPECT_EQ(1000u, CastToBool().getErrorFlag(nullptr));
 }
