@@ -1,7 +1,5 @@
 #include <gpuruntime/predicates.hpp>
 
-#include <algorithm>
-
 #include "atomics.hpp"
 #include "elementwise/run_steps.hpp"
 #include "frame/elementwise.hpp"
@@ -36,8 +34,8 @@ GPU_STEP bool anyNotBelowItsNext(unsigned int size, T const* from) {
 struct CheckerNotStronglySortedAscending {
     template <class T>
     static GPU_DEVICE bool isFoundIn(backend::Run run, T const* in, unsigned int count) {
-        unsigned int const numPairs = std::min(run.size + 0, count - 1 - run.first);
-        return anyNotBelowItsNext(numPairs, in + run.first);
+        unsigned int const numPairs = count - 1 - run.first;
+        return anyNotBelowItsNext(run.size < numPairs ? run.size : numPairs, in + run.first);
     }
 };
 
