@@ -148,8 +148,8 @@ struct CheckNotStronglySortedAscending {
 /// Whether all of `n` values are positive whole numbers, and the largest of them; (false, 0) if one is not,
 /// (true, 0) for `n` of 0. Runs on the default stream and waits for it.
 ///
-/// Throws what Thrust throws: on the cuda device `thrust::system::system_error` where a launch fails and
-/// `thrust::system::detail::bad_alloc` without temporary memory, on the host device nothing.
+/// Throws what Thrust throws: `thrust::system::detail::bad_alloc` where there is no temporary memory, and on
+/// the cuda device `thrust::system::system_error` where a launch fails.
 ///
 /// Types: `double`. Example: 2, 7, 3 gives (true, 7); 2, 0.5 gives (false, 0).
 struct CheckValidFindMax {

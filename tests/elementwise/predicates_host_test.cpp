@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tests/support/device_array.hpp"
+#include "thrust.hpp"
 
 namespace gpuruntime {
 namespace {
@@ -44,9 +45,16 @@ std::vector<Family> const families{
          ElementwiseCompare::Invoker<double, double>()(stream, n, static_cast<bool*>(out), in, in, false,
                                                        false);
      }},
-    {"ElementwiseNotEqualKernel<double, double>", [](auto n, void* out, auto* in, auto* stream) {
+    {"ElementwiseNotEqualKernel<double, double>",
+     [](auto n, void* out, auto* in, auto* stream) {
          ElementwiseCompare::Invoker<double, double>()(stream, n, static_cast<bool*>(out), in, in, false,
                                                        true);
+     }},
+    // The kernel of two types is the same either way around.
+    {"ElementwiseCompareKernel<float, double>", [](auto n, void* out, auto* in, auto* stream) {
+         auto const* const numbers = reinterpret_cast<float const*>(in);
+         ElementwiseCompare::Invoker<double, float>()(stream, n, static_cast<bool*>(out), in, numbers, false,
+                                                      false);
      }}};
 
 class Predicates : public ::testing::TestWithParam<Family> {
@@ -198,11 +206,31 @@ INSTANTIATE_TEST_SUITE_P(
                       checkOf<CheckNotStronglySortedAscending>("CheckerNotStronglySortedAscending")),
     [](auto const& info) { return info.param.checker; });
 
-TEST(CheckValidFindMax, CallsNothingOnThisDevice) {
-    DeviceArray<double> in(std::vector<double>(100000, 2));
-    hostdevice::Recording const recording;
-    EXPECT_TRUE(CheckValidFindMax::Invoker<double>()(in.data(), 100000).first);
-    EXPECT_TRUE(recording.calls().empty());
+// How much temporary memory there is depends on the device.
+TEST(CheckValidFindMax, ThrowsWithoutTemporaryMemoryAndReleasesWhatItHad) {
+    for (unsigned long n : {1ul, 100000ul}) {
+        DeviceArray<double> in(std::vector<double>(n, 2));
+        for (bool isFailing : {false, true}) {
+            if (isFailing) hostdevice::failNextCall("cudaMalloc", cudaErrorMemoryAllocation);
+            bool isThrown = false;
+            {
+                hostdevice::Recording const recording;
+                try {
+                    EXPECT_EQ(std::pair(true, 2.0), CheckValidFindMax::Invoker<double>()(in.data(), n));
+                } catch (thrust::system::detail::bad_alloc const&) {
+                    isThrown = true;
+                }
+                long numLeft = 0;
+                for (auto const& call : recording.calls()) {
+                    if (call.status != cudaSuccess) continue;
+                    numLeft += (call.name == "cudaMalloc") - (call.name == "cudaFree");
+                }
+                EXPECT_EQ(0, numLeft);
+            }
+            EXPECT_EQ(isFailing && hostdevice::clearFailures() == 0, isThrown);
+            EXPECT_EQ(cudaSuccess, cudaGetLastError());
+        }
+    }
 }
 
 }  // namespace
