@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <type_traits>
@@ -360,6 +361,20 @@ TEST(ElementwiseCompare, ComparesInTheCommonType) {
     expectEqual<int, unsigned int>({-1, 7}, {~0u, 7}, false, {false, true});
 }
 
+TEST(ElementwiseCompare, TakesLogicalsForTheNumbersOfTheirBytes) {
+    DeviceArray<unsigned char> a({0, 1, 2, 2, 255}), b({0, 1, 1, 2, 255});
+    DeviceArray<double> numbers({0, 1, 1, 2, 255});
+    auto const* const logicalA = reinterpret_cast<bool const*>(a.data());
+    auto const* const logicalB = reinterpret_cast<bool const*>(b.data());
+    Elements<bool> const expected{true, true, false, true, true};
+    DeviceArray<bool> out(5), outNumbers(5);
+    ElementwiseCompare::Invoker<bool, bool>()(nullptr, 5, out.data(), logicalA, logicalB, false, false);
+    testing::expectSameBits(expected, out.values());
+    ElementwiseCompare::Invoker<double, bool>()(nullptr, 5, outNumbers.data(), numbers.data(), logicalA,
+                                                false, false);
+    testing::expectSameBits(expected, outNumbers.values());
+}
+
 // --- Whole-array checks ---
 
 template <class T>
@@ -438,6 +453,9 @@ TYPED_TEST(AscendingCheck, FindsAPairThatDoesNotAscend) {
     EXPECT_FALSE(this->fails({1, quiet, 2}));
     EXPECT_FALSE(this->fails({1, quiet, 0}));
     EXPECT_TRUE(this->fails({1, 2, 2}));
+    auto const infinity = std::numeric_limits<TypeParam>::infinity();
+    EXPECT_FALSE(this->fails({-infinity, 1, infinity}));
+    EXPECT_TRUE(this->fails({infinity, infinity}));
 }
 
 TYPED_TEST(AscendingCheck, FindsItInAnyPlace) {
@@ -452,6 +470,15 @@ TYPED_TEST(AscendingCheck, FindsItInAnyPlace) {
             EXPECT_TRUE(this->fails(wrong)) << place;
         }
     }
+}
+
+TYPED_TEST(AscendingCheck, FoldsALongGrid) {
+    testing::GridLimits const limits(1);
+    Elements<TypeParam> values(1000);
+    for (unsigned long i = 0; i < 1000; ++i) values[i] = static_cast<TypeParam>(i);
+    EXPECT_FALSE(this->fails(values));
+    values[999] = values[998];
+    EXPECT_TRUE(this->fails(values));
 }
 
 // --- CheckValidFindMax ---
@@ -486,9 +513,11 @@ TEST(CheckValidFindMax, TakesPositiveWholeNumbersAlone) {
 
 TEST(CheckValidFindMax, LooksAtEveryPlace) {
     for (unsigned long n :
-         {1ul, 7ul, 8ul, 9ul, 15ul, 16ul, 17ul, 1000ul, 65535ul, 65536ul, 65537ul, 200000ul}) {
+         {1ul, 7ul, 8ul, 9ul, 15ul, 16ul, 17ul, 50ul, 1000ul, 65535ul, 65536ul, 65537ul, 200000ul}) {
         std::vector<double> values(n, 3);
-        for (unsigned long place : {0ul, n / 2, n - 1}) {
+        unsigned long const step = n <= 50 ? 1 : n / 2;
+        for (unsigned long at = 0; at < n + step; at += step) {
+            unsigned long const place = std::min(at, n - 1);
             values[place] = 9;
             EXPECT_EQ(Answer(true, 9), validMax(values)) << n << ", " << place;
             values[place] = 9.5;
