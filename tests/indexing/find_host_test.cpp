@@ -17,25 +17,28 @@ class FindCalls : public ::testing::Test {
   protected:
     FindCalls()
         : in({0, 1, 2, 3, 0, 4}), scan({0, 1, 2, 3, 3, 4}), rows(4), columns(4), values(4), indices(4) {
+        EXPECT_EQ(cudaSuccess, cudaStreamCreate(&stream));
         reset();
     }
-    ~FindCalls() override { reset(); }
+    ~FindCalls() override {
+        reset();
+        EXPECT_EQ(cudaSuccess, cudaStreamDestroy(stream));
+    }
 
     int find1D(FindFirstLast mode) {
-        return Find1D::Invoker<double>()(nullptr, rows.data(), in.data(), scan.data(), 4, 6, mode);
+        return Find1D::Invoker<double>()(stream, rows.data(), in.data(), scan.data(), 4, 6, mode);
     }
     void find2D(FindFirstLast mode) {
-        Find2D::Invoker<double>()(nullptr, rows.data(), columns.data(), in.data(), scan.data(), 4, 3, 2,
-                                  mode);
+        Find2D::Invoker<double>()(stream, rows.data(), columns.data(), in.data(), scan.data(), 4, 3, 2, mode);
     }
     void find2DWithValue(FindFirstLast mode) {
-        Find2DWithValue::Invoker<double>()(nullptr, rows.data(), columns.data(), values.data(), in.data(),
+        Find2DWithValue::Invoker<double>()(stream, rows.data(), columns.data(), values.data(), in.data(),
                                            scan.data(), 4, 3, 2, mode);
     }
     void sparse(unsigned long nnz) {
-        FindSparse1DConvertCoordsHelper::Invoker()(nullptr, rows.data(), indices.data(), indices.data(), nnz,
+        FindSparse1DConvertCoordsHelper::Invoker()(stream, rows.data(), indices.data(), indices.data(), nnz,
                                                    3);
-        FindSparse2DRectifyCoordsHelper::Invoker()(nullptr, rows.data(), columns.data(), indices.data(),
+        FindSparse2DRectifyCoordsHelper::Invoker()(stream, rows.data(), columns.data(), indices.data(),
                                                    indices.data(), nnz);
     }
 
@@ -45,6 +48,7 @@ class FindCalls : public ::testing::Test {
 
     DeviceArray<double> in, scan, rows, columns, values;
     DeviceArray<int> indices;
+    cudaStream_t stream = nullptr;
 
   private:
     static void reset() {
@@ -65,6 +69,9 @@ TEST_F(FindCalls, TheModePicksTheKernel) {
         expectKernel("Find1DKernel<double, " + end, recording.launches()[0].kernel);
         expectKernel("Find2DDevice<double, " + end, recording.launches()[1].kernel);
         expectKernel("Find2DWithValueDevice<double, " + end, recording.launches()[2].kernel);
+        for (auto const& launch : recording.launches()) EXPECT_EQ(stream, launch.stream);
+        // The attributes of one kernel, and of both steps of the others.
+        EXPECT_EQ(2u + 3u + 3u, recording.calls().size());
     }
 }
 
@@ -102,6 +109,7 @@ TEST_F(FindCalls, SparseHelpersAreOneLaunchEach) {
     ASSERT_EQ(2u, recording.launches().size());
     expectKernel("FindSparse1DHelperKernel", recording.launches()[0].kernel);
     expectKernel("FindSparse2DHelperKernel", recording.launches()[1].kernel);
+    for (auto const& launch : recording.launches()) EXPECT_EQ(stream, launch.stream);
 }
 
 }  // namespace

@@ -19,9 +19,13 @@ class MovementCalls : public ::testing::Test {
   protected:
     MovementCalls()
         : in(testing::Elements<double>(36, 1.0)), out(36), starts({0, 2, 4}), columns({0, 1, 0, 1}) {
+        EXPECT_EQ(cudaSuccess, cudaStreamCreate(&stream));
         reset();
     }
-    ~MovementCalls() override { reset(); }
+    ~MovementCalls() override {
+        reset();
+        EXPECT_EQ(cudaSuccess, cudaStreamDestroy(stream));
+    }
 
     struct Call {
         std::string kernel;
@@ -29,40 +33,40 @@ class MovementCalls : public ::testing::Test {
         std::function<void()> run;
     };
 
-    /// One call of each family, with the kernel that it launches.
+    /// One call of each family on the stream, with the kernel that it launches.
     std::vector<Call> calls() {
+        CUstream_st* const on = stream;
         double *to = out.data(), *from = in.data();
         int *s = starts.data(), *c = columns.data();
         return {
             {"RepmatColumnVectorKernel<long unsigned int>", 2,
-             [=] { RepmatColumnVector::Invoker<double>()(nullptr, to, from, 3, 4); }},
+             [=] { RepmatColumnVector::Invoker<double>()(on, to, from, 3, 4); }},
             {"RepmatRowVectorKernel<long unsigned int>", 2,
-             [=] { RepmatRowVector::Invoker<double>()(nullptr, to, from, 3, 4, 2); }},
+             [=] { RepmatRowVector::Invoker<double>()(on, to, from, 3, 4, 2); }},
             {"RepmatMatrixRowsKernel<long unsigned int>", 2,
-             [=] { RepmatMatrixRows::Invoker<double>()(nullptr, to, from, 3, 4, 2); }},
+             [=] { RepmatMatrixRows::Invoker<double>()(on, to, from, 3, 4, 2); }},
             {"Rot90Kernel<long unsigned int, 16, true>", 0,
-             [=] { Rot90::Invoker<double>()(nullptr, to, from, 3, 4, 2, true); }},
+             [=] { Rot90::Invoker<double>()(on, to, from, 3, 4, 2, true); }},
             {"Rot90Kernel<long unsigned int, 16, false>", 0,
-             [=] { Rot90::Invoker<double>()(nullptr, to, from, 3, 4, 2, false); }},
+             [=] { Rot90::Invoker<double>()(on, to, from, 3, 4, 2, false); }},
             {"DiagVecToMatKernel<long unsigned int>", 1,
-             [=] { DiagVecToMat::Invoker<double>()(nullptr, to, from, 6, 0, 6); }},
+             [=] { DiagVecToMat::Invoker<double>()(on, to, from, 6, 0, 6); }},
             {"DiagMatToVecKernel<long unsigned int>", 1,
-             [=] { DiagMatToVec::Invoker<double>()(nullptr, to, from, 6, 0, 6); }},
-            {"TrilTriu<long unsigned int, false>", 2,
-             [=] { TriLower::Invoker<double>()(nullptr, to, 0, 6, 6); }},
-            {"TrilTriu<long unsigned int, true>", 2,
-             [=] { TriUpper::Invoker<double>()(nullptr, to, 0, 6, 6); }},
+             [=] { DiagMatToVec::Invoker<double>()(on, to, from, 6, 0, 6); }},
+            {"TrilTriu<long unsigned int, false>", 2, [=] { TriLower::Invoker<double>()(on, to, 0, 6, 6); }},
+            {"TrilTriu<long unsigned int, true>", 2, [=] { TriUpper::Invoker<double>()(on, to, 0, 6, 6); }},
             {"TrilOneDiag<long unsigned int>", 2,
-             [=] { TriLowerOneOnDiag::Invoker<double>()(nullptr, to, 0, 6, 6); }},
+             [=] { TriLowerOneOnDiag::Invoker<double>()(on, to, 0, 6, 6); }},
             {"TrilTriuSparse<double, false>", 1,
-             [=] { TriLowerSparse::Invoker<double>()(nullptr, s, c, to, 2, 4, 0); }},
+             [=] { TriLowerSparse::Invoker<double>()(on, s, c, to, 2, 4, 0); }},
             {"TrilTriuSparse<double, true>", 1,
-             [=] { TriUpperSparse::Invoker<double>()(nullptr, s, c, to, 2, 4, 0); }},
+             [=] { TriUpperSparse::Invoker<double>()(on, s, c, to, 2, 4, 0); }},
         };
     }
 
     DeviceArray<double> in, out;
     DeviceArray<int> starts, columns;
+    cudaStream_t stream = nullptr;
 
   private:
     static void reset() {
@@ -71,7 +75,7 @@ class MovementCalls : public ::testing::Test {
     }
 };
 
-TEST_F(MovementCalls, EachIsOneLaunchOfTheSizesKernel) {
+TEST_F(MovementCalls, EachIsOneLaunchOfTheSizesKernelOnTheStream) {
     for (Call const& call : calls()) {
         SCOPED_TRACE(call.kernel);
         hostdevice::Recording const recording;
@@ -81,6 +85,7 @@ TEST_F(MovementCalls, EachIsOneLaunchOfTheSizesKernel) {
         std::string const launched = recording.launches()[0].kernel;
         EXPECT_NE(std::string::npos, launched.find(call.kernel)) << launched;
         EXPECT_NE(std::string::npos, launched.find("singleStepKernel")) << launched;
+        EXPECT_EQ(stream, recording.launches()[0].stream);
     }
 }
 
