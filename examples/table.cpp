@@ -1,8 +1,8 @@
 // An engine's everyday life with arrays, on real measurements: find(a > x), deleting rows by a mask, A(rows,
 // cols) = B, and an image that is tiled and turned. Each result is checked against a plain loop.
 //
-//   table <table.csv>      a header line, then rows; the columns 3 to 6 are measurements, NA marks a missing
-//   value
+//   table <table.csv>      a header line, then rows; the columns 3 to 6 are measurements, NA marks a
+//                          missing value
 
 #include <cuda_runtime.h>
 #include <gpuruntime/accumulation.hpp>

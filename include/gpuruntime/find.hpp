@@ -13,12 +13,10 @@ enum FindFirstLast : int { FindFirst = 0, FindLast = 1 };
 // its place in the output. What holds for the three families:
 //
 // - Any set bit is not zero in a `bool` or an integer; of floating values NaN is not zero, -0 is. A complex
-// value is
-//   zero if both its parts are.
+//   value is zero if both its parts are.
 // - `limit` is the number of positions wanted, and of elements in each output; more than there are is an
-// error of the
-//   caller's, by which `FindLast` writes nothing. The first `limit` hits are written, or the last, in the
-//   order of the array both times.
+//   error of the caller's, by which `FindLast` writes nothing. The first `limit` hits are written, or the
+//   last, in the order of the array both times.
 // - Positions are 1-based. An array has fewer than 2^32 elements; one without elements launches nothing.
 // - Types: `bool`, the eight integer types of 1 to 8 bytes, `float`, `double`, and all complex types.
 // - No state: calls may run side by side on several streams.

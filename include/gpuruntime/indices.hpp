@@ -4,9 +4,9 @@
 
 namespace gpuruntime {
 
-// Indices and subscripts are 1-based and held as `double`; arrays are column-major. No state but for the
-// error word of the checked families: calls of the others may run side by side on several streams. `n` of 0
-// launches nothing.
+// Indices and subscripts are 1-based and held as `double`; arrays are column-major. Extents are cut to 32
+// bits. No state but for the error word of the checked families: calls of the others may run side by side on
+// several streams. `n` of 0 launches nothing.
 
 /// Linear indices of subscripts into a matrix of `numRows`: `out[i]` = `numRows` * (`cols[i]` - 1) +
 /// `rows[i]`, in double precision, the product and the sum in one rounding. Nothing is checked; fractions

@@ -8,11 +8,9 @@ namespace gpuruntime {
 // template argument of the family.
 //
 // - `double const*`: a device vector of 1-based indices, one for each selected position. An index is
-// truncated
-//   toward zero, so that 2.9 selects the second element.
+//   truncated toward zero, so that 2.9 selects the second element.
 // - `double2`, by value: the progression that begins at the 1-based `x` and goes on by `y`, both truncated
-// toward
-//   zero first; `y` may be negative or 0. A colon is the progression (1, 1).
+//   toward zero first; `y` may be negative or 0. A colon is the progression (1, 1).
 // - `void*`: the dimension is absent, and its slot and extents are not read.
 //
 // The first slot is never absent, the third only present where the second is. One slot alone indexes the
