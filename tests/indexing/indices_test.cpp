@@ -163,6 +163,24 @@ TEST(Sub2Ind, OfTheDocumentedExamples) {
     expectSameBits({20}, b.out.values());
 }
 
+TEST(Sub2Ind, TakesExtentsModulo2To32) {
+    unsigned long const three = (1ul << 32) + 3, four = (1ul << 32) + 4, five = (1ul << 32) + 5;
+    SubscriptArrays a({2, 3}, {3, 4}, {2, 5});
+    Sub2Ind2D::Invoker<double>()(nullptr, 2, a.out.data(), a.rows.data(), a.cols.data(), three);
+    expectSameBits({8, 12}, a.out.values());
+    Sub2Ind3D::Invoker<double>()(nullptr, 2, a.out.data(), a.rows.data(), a.cols.data(), a.pages.data(),
+                                 three, four);
+    expectSameBits({20, 60}, a.out.values());
+    for (unsigned int d = 0; d < 3; ++d) {
+        // One subscript exceeds the extent that is left.
+        SubscriptArrays one({d == 0 ? 4.0 : 1}, {d == 1 ? 5.0 : 1}, {d == 2 ? 6.0 : 1});
+        EXPECT_EQ(0,
+                  Sub2Ind3DChecked::Invoker<double>()(nullptr, 1, one.out.data(), one.rows.data(),
+                                                      one.cols.data(), one.pages.data(), three, four, five));
+        EXPECT_EQ(1057u, Sub2Ind3DChecked().getErrorFlag(nullptr));
+    }
+}
+
 // --- Indices to subscripts ---
 
 unsigned int truncated(double value) {
@@ -220,6 +238,18 @@ TEST(Ind2Sub, OfTheDocumentedExamples) {
     expectSameBits({2}, page.values());
 }
 
+TEST(Ind2Sub, TakesExtentsModulo2To32) {
+    unsigned long const three = (1ul << 32) + 3, four = (1ul << 32) + 4;
+    DeviceArray<double> in({20}), row(1), col(1), page(1);
+    Ind2Sub2D::Invoker<double>()(nullptr, 1, row.data(), col.data(), in.data(), three);
+    expectSameBits({2}, row.values());
+    expectSameBits({7}, col.values());
+    Ind2Sub3D::Invoker<double>()(nullptr, 1, row.data(), col.data(), page.data(), in.data(), three, four);
+    expectSameBits({2}, row.values());
+    expectSameBits({3}, col.values());
+    expectSameBits({2}, page.values());
+}
+
 // --- Validation ---
 
 testing::Elements<bool> validated(Doubles const& values) {
@@ -249,6 +279,28 @@ TEST(IndexValidation, OfManySizes) {
         }
         expectSameBits(expected, validated(values));
     }
+}
+
+TEST(Indices, FoldWhereTheGridExceedsALimit) {
+    // There and back through every element of 700 blocks in two directions.
+    testing::GridLimits const limits(30);
+    unsigned long const n = 700 * 256 - 5;
+    Doubles ind(n);
+    std::iota(ind.begin(), ind.end(), 1.0);
+    DeviceArray<double> in(ind), rows(n), cols(n), pages(n), out(n);
+    DeviceArray<bool> valid(n);
+    Ind2Sub2D::Invoker<double>()(nullptr, n, rows.data(), cols.data(), in.data(), 31);
+    EXPECT_EQ(0, Sub2Ind2DChecked::Invoker<double>()(nullptr, n, out.data(), rows.data(), cols.data(), 31,
+                                                     n / 31 + 1));
+    expectSameBits(ind, out.values());
+    EXPECT_EQ(1000u, Sub2Ind2DChecked().getErrorFlag(nullptr));
+    Ind2Sub3D::Invoker<double>()(nullptr, n, rows.data(), cols.data(), pages.data(), in.data(), 31, 17);
+    EXPECT_EQ(0, Sub2Ind3DChecked::Invoker<double>()(nullptr, n, out.data(), rows.data(), cols.data(),
+                                                     pages.data(), 31, 17, n / (31 * 17)));
+    expectSameBits(ind, out.values());
+    EXPECT_EQ(1057u, Sub2Ind3DChecked().getErrorFlag(nullptr)) << "the last page is one too many";
+    IndexValidation::Invoker<double>()(nullptr, n, valid.data(), in.data());
+    expectSameBits(testing::Elements<bool>(n, true), valid.values());
 }
 
 // --- Selection ---
@@ -311,10 +363,21 @@ TEST(Selection, OfEveryTypeAndManyExtents) {
 }
 
 TEST(Selection, OffsetsWrap) {
-    // 0 and NaN saturate to 0, one before the column or row.
-    DeviceArray<double> in({1, 2, 3, 4}), out(2), selection({1, 0}), rowSelection({1, 1});
-    SelectFromColumns::Invoker<double>()(nullptr, 2, out.data(), in.data(), selection.data(), 2);
-    expectSameBits({1, 2}, out.values());
+    // 0 and NaN saturate to 0: one before the column, or a column before the first.
+    DeviceArray<double> in({1, 2, 3, 4, 5, 6}), out(3), selection({1, 0, nan});
+    SelectFromColumns::Invoker<double>()(nullptr, 3, out.data(), in.data(), selection.data(), 2);
+    expectSameBits({1, 2, 4}, out.values());
+    SelectFromRows::Invoker<double>()(nullptr, 3, out.data(), in.data(), selection.data(), 1);
+    expectSameBits({1, 1, 2}, out.values());
+}
+
+TEST(Selection, TakesTheLeadingDimensionModulo2To32) {
+    unsigned long const leadingDim = (1ul << 32) + 3;
+    DeviceArray<double> in({1, 2, 3, 4, 5, 6}), selection({2, 1}), out(2);
+    SelectFromColumns::Invoker<double>()(nullptr, 2, out.data(), in.data(), selection.data(), leadingDim);
+    expectSameBits({2, 4}, out.values());
+    SelectFromRows::Invoker<double>()(nullptr, 2, out.data(), in.data(), selection.data(), leadingDim);
+    expectSameBits({4, 2}, out.values());
 }
 
 TEST(Selection, OfTheDocumentedExamples) {
@@ -402,6 +465,15 @@ TEST(AddSubarrayInPlace, WithoutElementsDoesNothing) {
     }
     EXPECT_TRUE(out.untouched());
     EXPECT_EQ(cudaSuccess, cudaGetLastError());
+}
+
+TEST(AddSubarrayInPlace, MultipliesTheDimensionsAfterTheFirstThatDiffersAsTheyStand) {
+    // Two differ: what follows the first lies densely, four runs of two, three apart.
+    Extents const outSizes{3, 3, 2}, inSizes{2, 2, 2};
+    DeviceArray<double> out(Doubles(18, 0.0)), in({1, 2, 3, 4, 5, 6, 7, 8});
+    EXPECT_EQ(0, AddSubarrayInPlace::Invoker<double>()(nullptr, out.data(), outSizes.data(), 3, in.data(),
+                                                       inSizes.data(), 3));
+    expectSameBits({1, 2, 0, 3, 4, 0, 5, 6, 0, 7, 8, 0, 0, 0, 0, 0, 0, 0}, out.values());
 }
 
 TEST(AddSubarrayInPlace, WalksOnlyTheFirstNumDims) {

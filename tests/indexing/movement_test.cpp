@@ -334,6 +334,17 @@ TEST(Rot90, OfTheDocumentedExample) {
                    }));
 }
 
+TEST(Rot90, TurnsARowIntoAColumnOnEachPage) {
+    // Two pages of one row of three.
+    auto const turned = [](bool clockwise) {
+        return moved({1, 2, 3, 4, 5, 6}, 6, [=](double* out, double* in) {
+            Rot90::Invoker<double>()(nullptr, out, in, 1, 3, 2, clockwise);
+        });
+    };
+    expectSameBits({1, 2, 3, 4, 5, 6}, turned(true));
+    expectSameBits({3, 2, 1, 6, 5, 4}, turned(false));
+}
+
 TEST(Diagonals, OfTheDocumentedExamples) {
     auto const matrixOf = [](long k) {
         return moved({1, 2}, 9, [=](double* out, double* in) {
@@ -357,6 +368,33 @@ TEST(Triangles, OfTheDocumentedExamples) {
     expectSameBits({1, 2, 0, 4, 0, 0}, cleared(TriLower{}));
     expectSameBits({1, 0, 3, 4, 5, 6}, cleared(TriUpper{}));
     expectSameBits({1, 2, 0, 1, 0, 0}, cleared(TriLowerOneOnDiag{}));
+}
+
+TEST(Diagonals, TakeTheirNumberAndTheLeadingDimensionModulo2To32) {
+    unsigned long const leadingDim = (1ul << 32) + 3;
+    for (long const k : {(1l << 32) + 1, 1 - (1l << 32)}) {
+        expectSameBits({0, 0, 0, 1, 0, 0, 0, 2, 0}, moved({1, 2}, 9, [=](double* out, double* in) {
+                           DiagVecToMat::Invoker<double>()(nullptr, out, in, leadingDim, k, 2);
+                       }));
+        expectSameBits({4, 8}, moved({1, 2, 3, 4, 5, 6, 7, 8, 9}, 2, [=](double* out, double* in) {
+                           DiagMatToVec::Invoker<double>()(nullptr, out, in, leadingDim, k, 2);
+                       }));
+    }
+}
+
+TEST(Triangles, BeyondTheMatrixClearAllOrNothing) {
+    testing::Elements<double> const matrix{1, 2, 3, 4, 5, 6}, zeros(6, 0.0);
+    auto const cleared = [&](auto family, long k) {
+        DeviceArray<double> data(matrix);
+        typename decltype(family)::template Invoker<double>()(nullptr, data.data(), k, 2, 3);
+        return data.values();
+    };
+    expectSameBits(zeros, cleared(TriUpper{}, 4));
+    expectSameBits(matrix, cleared(TriUpper{}, -3));
+    for (long const k : {-3l, 4l}) {
+        expectSameBits(k < 0 ? zeros : matrix, cleared(TriLower{}, k));
+        expectSameBits(k < 0 ? zeros : matrix, cleared(TriLowerOneOnDiag{}, k));
+    }
 }
 
 TEST(Triangles, TakeTheDiagonalsNumberModulo2To32) {
@@ -431,6 +469,16 @@ TEST(SparseTriangles, OfEvenEmptyAndSkewedRows) {
 TEST(SparseTriangles, FoldWhereTheGridExceedsALimit) {
     testing::GridLimits const limits(2);
     expectSparseCleared(Sparse<double>(std::vector<int>(700, 2)), 1);
+}
+
+TEST(SparseTriangles, PassOverEmptyRows) {
+    // Elements in rows 1 and 4 of 6, each in columns 0 and 5.
+    DeviceArray<int> starts({0, 0, 2, 2, 2, 4, 4}), columns({0, 5, 0, 5});
+    DeviceArray<double> lower({1, 2, 3, 4}), upper({1, 2, 3, 4});
+    TriLowerSparse::Invoker<double>()(nullptr, starts.data(), columns.data(), lower.data(), 6, 4, 1);
+    TriUpperSparse::Invoker<double>()(nullptr, starts.data(), columns.data(), upper.data(), 6, 4, -1);
+    expectSameBits({1, 0, 3, 4}, lower.values());
+    expectSameBits({1, 2, 0, 4}, upper.values());
 }
 
 TEST(SparseTriangles, OfTheDocumentedExample) {
