@@ -46,10 +46,10 @@ GPU_ROW RowOffsets offsetsOf(backend::Row row, unsigned int origin, IndexVector 
     return offsets;
 }
 
-/// Whether the row's elements lie one behind another in the array.
-GPU_DEVICE bool isRun(backend::Row row, unsigned int origin, Progression selection) {
-    unsigned int const start = origin + selection.at(row.begin());
-    return selection.step == 1 && start + row.size() >= start;
+/// Whether the row's elements lie one behind another in the array, where position 0 is at `start`: no offset
+/// up to the row's end wraps.
+GPU_DEVICE bool isRun(backend::Row row, unsigned int start, unsigned int step) {
+    return step == 1 && start + (row.begin() + row.size()) >= start;
 }
 
 // `out[x]` = `in[origin + selection.at(x)]`
@@ -58,7 +58,7 @@ template <class T>
 GPU_ROW void gatherRow(backend::Row row, T* out, T const* in, unsigned int origin, Progression selection,
                        bool streamed) {
     unsigned int const start = origin + selection.first, step = selection.step;
-    if (backend::rowsMayBeRuns && isRun(row, origin, selection)) {
+    if (backend::rowsMayBeRuns && isRun(row, start, step)) {
         backend::copyRow(row, out, in + start, streamed);
     } else {
         backend::storeRow(row, out, streamed, [=](unsigned int, unsigned long x) {
@@ -99,7 +99,7 @@ template <class T, class Source>
 GPU_ROW void scatterRow(backend::Row row, T* out, Source source, unsigned int origin, Progression selection,
                         bool streamed) {
     unsigned int const start = origin + selection.first, step = selection.step;
-    if (backend::rowsMayBeRuns && isRun(row, origin, selection)) {
+    if (backend::rowsMayBeRuns && isRun(row, start, step)) {
         storeRun(row, out + start, source, streamed);
     } else {
         row.forEach([=](unsigned long x) {

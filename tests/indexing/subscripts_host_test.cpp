@@ -1,8 +1,11 @@
 // What reading and writing selections asks of the runtime, and what is left behind when it fails.
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <gpuruntime/subscripts.hpp>
 #include <host_device.hpp>
 
+#include <algorithm>
 #include <string>
 
 #include "tests/indexing/subscript_operators.hpp"
@@ -18,12 +21,19 @@ using testing::SlotKind;
 
 class SubscriptCalls : public ::testing::Test {
   protected:
-    SubscriptCalls() : vector({1, 2, 3}), in(arrayBytes), out(arrayBytes) { reset(); }
-    ~SubscriptCalls() override { reset(); }
+    SubscriptCalls() : vector({1, 2, 3}), in(arrayBytes), out(arrayBytes) {
+        EXPECT_EQ(cudaSuccess, cudaStreamCreate(&stream));
+        reset();
+    }
+    ~SubscriptCalls() override {
+        reset();
+        EXPECT_EQ(cudaSuccess, cudaStreamDestroy(stream));
+    }
 
-    /// Three of each dimension, whether by a vector or by a progression.
+    /// Three of each dimension on the stream, whether by a vector or by a progression.
     SelectionArguments arguments() {
         SelectionArguments result;
+        result.stream = stream;
         result.numel = 3;
         for (unsigned long d = 0; d < 3; ++d) {
             result.dims[d] = 3;
@@ -35,6 +45,7 @@ class SubscriptCalls : public ::testing::Test {
     static constexpr unsigned long arrayBytes = 27 * sizeof(double2);
     DeviceArray<double> vector;
     DeviceArray<unsigned char> in, out;
+    cudaStream_t stream = nullptr;
 
   private:
     static void reset() {
@@ -69,6 +80,7 @@ TEST_F(SubscriptCalls, LaunchTheKernelOfTheElementSizeAndTheSlots) {
             std::string const launched = recording.launches()[i].kernel;
             EXPECT_NE(std::string::npos, launched.find(kernels[i])) << launched << "\nnot " << kernels[i];
             EXPECT_NE(std::string::npos, launched.find("singleStepKernel")) << launched;
+            EXPECT_EQ(stream, recording.launches()[i].stream);
         }
     }
 }
@@ -92,6 +104,7 @@ TEST_F(SubscriptCalls, NothingIsCalledForACountOfNone) {
 }
 
 TEST_F(SubscriptCalls, CountsOfAbsentDimensionsAreNotRead) {
+    double2 const value{};
     for (SelectionOperators const& operators : testing::selectionOperatorsOfEachCarrier()) {
         SCOPED_TRACE(operators.name);
         SelectionArguments call = arguments();
@@ -101,7 +114,9 @@ TEST_F(SubscriptCalls, CountsOfAbsentDimensionsAreNotRead) {
         }
         hostdevice::Recording const recording;
         operators.read(call, out.data(), in.data());
-        EXPECT_EQ(1u, recording.launches().size());
+        operators.write(call, out.data(), in.data());
+        operators.writeValue(call, out.data(), &value);
+        EXPECT_EQ(3u, recording.launches().size());
     }
 }
 
@@ -128,6 +143,29 @@ TEST_F(SubscriptCalls, TheRuntimesAnswerOnTheKernelIsNotChecked) {
     operators.read(arguments(), out.data(), in.data());
     EXPECT_EQ(cudaErrorInvalidConfiguration, cudaGetLastError());
     EXPECT_TRUE(out.untouched());
+}
+
+TEST(SubscriptOffsets, WrapAmongElementsBesideEachOther) {
+    constexpr unsigned long wrap = 1ul << 32, beforeWrap = 3, n = 600, room = 4096;
+    void* const memory = mmap(nullptr, wrap + room, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED) GTEST_SKIP() << "no address space of 4 GiB";
+    auto* const array = static_cast<bool*>(memory);
+    // The last elements before the wrap, and then those from the array's begin on.
+    double2 const slot{-2, 1};
+    SubsasgnScalar3D<double2, void*, void*>::Invoker<bool>()(nullptr, n, array, true, 0, 0, slot, 0, 0,
+                                                             nullptr, 0, 0, nullptr);
+    DeviceArray<bool> out(n);
+    Subsref3D<double2, void*, void*>::Invoker<bool>()(nullptr, n, out.data(), array, 0, 0, slot, 0, 0,
+                                                      nullptr, 0, 0, nullptr);
+    testing::expectSameBits(testing::Elements<bool>(n, true), out.values());
+    auto const written = [=](unsigned long begin) {
+        return std::count(array + begin, array + begin + room, true);
+    };
+    EXPECT_EQ(static_cast<long>(n - beforeWrap), written(0));
+    EXPECT_EQ(static_cast<long>(beforeWrap), written(wrap - room));
+    EXPECT_EQ(0, written(wrap));
+    EXPECT_EQ(0, munmap(memory, wrap + room));
 }
 
 }  // namespace
