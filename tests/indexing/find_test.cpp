@@ -177,6 +177,39 @@ TEST(Find1D, WithALimitAboveTheTotal) {
     expectSameBits({-1, -1, -1}, positionsOf(hits, 3, FindLast, 3));
 }
 
+TEST(Find1D, TakesTheLimitModulo2ToThe32) {
+    Elements<bool> const hits{false, false, true, false, true, false, false, false, true};
+    unsigned long const wrap = 1ul << 32;
+    expectSameBits({3, 5, -1}, positionsOf(hits, wrap + 2, FindFirst, 3));
+    expectSameBits({5, 9, -1}, positionsOf(hits, wrap + 2, FindLast, 3));
+    expectSameBits({-1, -1, -1}, positionsOf(hits, wrap, FindFirst, 3));
+    expectSameBits({-1, -1, -1}, positionsOf(hits, wrap, FindLast, 3));
+}
+
+TEST(Find1D, TruncatesTheCounts) {
+    auto const positionsBy = [](Doubles const& counts, unsigned long limit, FindFirstLast mode) {
+        DeviceArray<float> in(Elements<float>(counts.size(), 1.0f));
+        DeviceArray<double> scan(counts), positions(Doubles(2, -1));
+        Find1D::Invoker<float>()(nullptr, positions.data(), in.data(), scan.data(), limit, counts.size(),
+                                 mode);
+        return positions.values();
+    };
+    expectSameBits({1, 2}, positionsBy({1.9, 2.5}, 2, FindFirst));
+    expectSameBits({1, 2}, positionsBy({1.9, 2.5}, 2, FindLast));
+    expectSameBits({1, -1}, positionsBy({1.9, 2.5}, 1, FindFirst));
+    expectSameBits({2, -1}, positionsBy({1.9, 2.5}, 1, FindLast));
+    // One less than a count below 1 saturates to the first place.
+    expectSameBits({1, -1}, positionsBy({0.5}, 1, FindFirst));
+}
+
+TEST(Find, AnySetBitOfALogicalIsAHit) {
+    DeviceArray<unsigned char> in({0, 1, 2, 128, 0, 255});
+    DeviceArray<double> scan({0, 1, 2, 3, 3, 4}), positions(4);
+    EXPECT_EQ(0, Find1D::Invoker<bool>()(nullptr, positions.data(), reinterpret_cast<bool*>(in.data()),
+                                         scan.data(), 4, 6, FindFirst));
+    expectSameBits({2, 3, 4, 6}, positions.values());
+}
+
 TEST(Find, OfNaNAndZeros) {
     float const nan = std::nanf("");
     DeviceArray<float2> in({{0, nan}, {-0.0f, 0}, {-nan, 0}, {0, 1}});
@@ -221,6 +254,7 @@ TEST(Find, OfAnotherModeOrOfNothingLaunchesNothing) {
 }
 
 TEST(FindSparse, OfManySizes) {
+    testing::GridLimits const limits(2);  // by which the largest folds
     std::mt19937_64 engine(3);
     for (unsigned long const nnz : {1ul, 255ul, 256ul, 257ul, 1000ul}) {
         std::vector<int> rows, cols;
@@ -258,6 +292,9 @@ TEST(FindSparse, OfTheDocumentedExamples) {
     expectSameBits({8}, position.values());
     expectSameBits({2}, rowPosition.values());
     expectSameBits({3}, colPosition.values());
+    FindSparse1DConvertCoordsHelper::Invoker()(nullptr, position.data(), row.data(), col.data(), 1,
+                                               (1ul << 32) + 4);
+    expectSameBits({10}, position.values());
 }
 
 }  // namespace

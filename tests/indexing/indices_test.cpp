@@ -163,7 +163,7 @@ TEST(Sub2Ind, OfTheDocumentedExamples) {
     expectSameBits({20}, b.out.values());
 }
 
-TEST(Sub2Ind, TakesExtentsModulo2To32) {
+TEST(Sub2Ind, TakesExtentsModulo2ToThe32) {
     unsigned long const three = (1ul << 32) + 3, four = (1ul << 32) + 4, five = (1ul << 32) + 5;
     SubscriptArrays a({2, 3}, {3, 4}, {2, 5});
     Sub2Ind2D::Invoker<double>()(nullptr, 2, a.out.data(), a.rows.data(), a.cols.data(), three);
@@ -238,7 +238,7 @@ TEST(Ind2Sub, OfTheDocumentedExamples) {
     expectSameBits({2}, page.values());
 }
 
-TEST(Ind2Sub, TakesExtentsModulo2To32) {
+TEST(Ind2Sub, TakesExtentsModulo2ToThe32) {
     unsigned long const three = (1ul << 32) + 3, four = (1ul << 32) + 4;
     DeviceArray<double> in({20}), row(1), col(1), page(1);
     Ind2Sub2D::Invoker<double>()(nullptr, 1, row.data(), col.data(), in.data(), three);
@@ -371,7 +371,7 @@ TEST(Selection, OffsetsWrap) {
     expectSameBits({1, 1, 2}, out.values());
 }
 
-TEST(Selection, TakesTheLeadingDimensionModulo2To32) {
+TEST(Selection, TakesTheLeadingDimensionModulo2ToThe32) {
     unsigned long const leadingDim = (1ul << 32) + 3;
     DeviceArray<double> in({1, 2, 3, 4, 5, 6}), selection({2, 1}), out(2);
     SelectFromColumns::Invoker<double>()(nullptr, 2, out.data(), in.data(), selection.data(), leadingDim);

@@ -370,7 +370,7 @@ TEST(Triangles, OfTheDocumentedExamples) {
     expectSameBits({1, 2, 0, 1, 0, 0}, cleared(TriLowerOneOnDiag{}));
 }
 
-TEST(Diagonals, TakeTheirNumberAndTheLeadingDimensionModulo2To32) {
+TEST(Diagonals, TakeTheirNumberAndTheLeadingDimensionModulo2ToThe32) {
     unsigned long const leadingDim = (1ul << 32) + 3;
     for (long const k : {(1l << 32) + 1, 1 - (1l << 32)}) {
         expectSameBits({0, 0, 0, 1, 0, 0, 0, 2, 0}, moved({1, 2}, 9, [=](double* out, double* in) {
@@ -397,7 +397,7 @@ TEST(Triangles, BeyondTheMatrixClearAllOrNothing) {
     }
 }
 
-TEST(Triangles, TakeTheDiagonalsNumberModulo2To32) {
+TEST(Triangles, TakeTheDiagonalsNumberModulo2ToThe32) {
     DeviceArray<double> data({1, 2, 3, 4, 5, 6});
     TriLower::Invoker<double>()(nullptr, data.data(), 1l << 32, 2, 3);
     expectSameBits({1, 2, 0, 4, 0, 0}, data.values());

@@ -326,7 +326,6 @@ testing::Elements<double> read(testing::Elements<double> const& array, unsigned 
 }
 
 TEST(Subsref, OfTheDocumentedExample) {
-    DeviceArray<double> const empty(0);
     DeviceArray<double> rows({3, 1});
     expectSameBits({6, 4, 3, 1},
                    read<double const*, double2>({1, 2, 3, 4, 5, 6}, 3, 2, rows.data(), 2, 2, {2, -1}));
