@@ -10,13 +10,12 @@ namespace gpuruntime {
 ///
 /// What holds for every family:
 /// - An operator queues its work on the caller's stream and returns at once, unless its family says
-/// otherwise.
+///   otherwise.
 /// - Array pointers are device memory, owned by the caller and kept alive until the stream has passed the
-/// work.
+///   work.
 /// - No argument is checked. A count of 2^32 or more is seen modulo 2^32. An array pointer that the device
-/// cannot
-///   reach is a device fault: on a GPU an error of a later call, on the host device an access fault of the
-///   process.
+///   cannot reach is a device fault: on a GPU an error of a later call, on the host device an access fault of
+///   the process.
 /// - Operators that return nothing leave a failed launch to the caller's `cudaGetLastError`.
 namespace detail {
 
