@@ -178,7 +178,7 @@ TEST(Reports, TellOfDifferentMasks) {
 }
 
 struct MaskWithoutItsCaller {
-    static constexpr int line = __LINE__ + 2;
+    static constexpr int line = __LINE__ + 1;
     static GPU_DEVICE void run(int*, unsigned int t) { __shfl_down_sync(0x0000ffff, t, 1); }
 };
 
@@ -267,7 +267,7 @@ TEST(Reports, TellOfAPlainAccessBesideAtomicOnes) {
 }
 
 struct EqualWrites {
-    static constexpr int line = __LINE__ + 2;
+    static constexpr int line = __LINE__ + 1;
     static GPU_DEVICE void run(int* data, unsigned int) { data[0] = 7; }
 };
 
