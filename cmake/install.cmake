@@ -1,6 +1,5 @@
 # The installed package: library, headers, and what finds them, for CMake and for pkg-config.
 
-include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kvgpuruntime)

@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 tree=build/two-groups
 families='fills;transpose'
-cmake --preset host -B "$tree" -DKVGPU_FAMILIES="$families" -DKVGPU_INSTANCES=sample >/dev/null
+cmake --fresh --preset host -B "$tree" -DKVGPU_FAMILIES="$families" -DKVGPU_INSTANCES=sample >/dev/null
 cmake --build "$tree" --parallel "$(nproc)" --target all elementwise_test indexing_test
 
 # Its tests are those of the two groups and what every build has.

@@ -39,9 +39,6 @@ struct Sub2Ind3D {
 /// The word is one for both checked families and is reset by each call, so that calls must not overlap.
 /// Returns the runtime's status: that of the reset, and if that succeeded, of the launch.
 ///
-/// `getErrorFlag` waits for the stream and reads the word: 1000 if nothing was reported, 1063 if it cannot be
-/// read.
-///
 /// Example: `numRows` 3, `numCols` 4: subscripts (0, 1) are reported, (0, 2), which give 3, are not.
 struct Sub2Ind2DChecked {
     template <class T>
@@ -49,6 +46,7 @@ struct Sub2Ind2DChecked {
         int operator()(CUstream_st* stream, unsigned long n, T* out, T const* rows, T const* cols,
                        unsigned long numRows, unsigned long numCols) const;
     };
+    /// Waits for the stream and reads the word: 1000 if nothing was reported, 1063 if it cannot be read.
     unsigned int getErrorFlag(CUstream_st* stream) const;
 };
 
@@ -60,6 +58,7 @@ struct Sub2Ind3DChecked {
                        T const* pages, unsigned long numRows, unsigned long numCols,
                        unsigned long numPages) const;
     };
+    /// Waits for the stream and reads the word: 1000 if nothing was reported, 1063 if it cannot be read.
     unsigned int getErrorFlag(CUstream_st* stream) const;
 };
 
