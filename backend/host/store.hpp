@@ -8,7 +8,7 @@ namespace gpuruntime::backend {
 
 /// Arrays of this many bytes are written past the caches: they would not stay there, and each line would be
 /// read before it is overwritten.
-inline constexpr unsigned long streamedSize = 1ul << 26;
+inline constexpr unsigned long streamedSize = KVGPURUNTIME_STREAMED_SIZE;
 
 inline constexpr unsigned int lineSize = 64;
 

@@ -12,6 +12,7 @@
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
 #include "tests/support/exact.hpp"
+#include "tests/support/large.hpp"
 #include "tests/support/test_types.hpp"
 #include "tests/support/values.hpp"
 
@@ -298,7 +299,7 @@ TEST(Casts, FoldALongGrid) {
 
 // Arrays that are larger than the caches may be written in another way, which depends on alignment.
 TEST(Casts, OfLargeArraysAreWrittenOnceAndWhole) {
-    unsigned long const n = (8ul << 20) + 1000;
+    unsigned long const n = testing::largeCount<double>() + 1000;
     testing::Elements<signed char> const values = testing::randomValues<signed char>(n);
     for (unsigned long shift : {0ul, 8ul, 1ul}) {
         DeviceArray<signed char> in(values);

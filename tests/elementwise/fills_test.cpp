@@ -9,6 +9,7 @@
 
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
+#include "tests/support/large.hpp"
 #include "tests/support/test_types.hpp"
 #include "tests/support/values.hpp"
 
@@ -281,7 +282,7 @@ TYPED_TEST(FillMovVectorOf, OfNoElementsWritesNothing) {
 /// elements differ from `expected(i)`.
 template <class T, class Fill, class Expected>
 unsigned long numWrong(unsigned long offset, Fill fill, Expected expected) {
-    unsigned long const n = (1ul << 26) / sizeof(T) + 300;
+    unsigned long const n = testing::largeCount<T>() + 300;
     DeviceArray<T> out(n + offset);
     fill(n, out.data() + offset);
     EXPECT_EQ(cudaSuccess, cudaGetLastError());

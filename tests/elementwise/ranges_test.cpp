@@ -10,6 +10,7 @@
 
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
+#include "tests/support/large.hpp"
 #include "tests/support/test_types.hpp"
 #include "tests/support/values.hpp"
 
@@ -528,7 +529,7 @@ TYPED_TEST_SUITE(LargeRangesOf, RealNumericTypes);
 
 TYPED_TEST(LargeRangesOf, StoreEveryElement) {
     using T = TypeParam;
-    unsigned long const n = (1ul << 26) / sizeof(T) + 301;
+    unsigned long const n = testing::largeCount<T>() + 301;
     double const last = static_cast<double>(n - 1);
     DeviceArray<T> up(n), down(n + 1);
     IntColon::Invoker<T>()(nullptr, n, up.data(), 0, 1);
@@ -544,7 +545,7 @@ TYPED_TEST(LargeRangesOf, StoreEveryElement) {
 }
 
 TEST(LargeRanges, OfSpacedValuesStoreEveryElement) {
-    unsigned long const n = (1ul << 23) + 301;
+    unsigned long const n = testing::largeCount<double>() + 301;
     DeviceArray<double> spaced(n);
     Linspace::Invoker<double>()(nullptr, n, spaced.data(), 0, static_cast<double>(n - 1));
     EXPECT_EQ(cudaSuccess, cudaGetLastError());

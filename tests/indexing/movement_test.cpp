@@ -12,6 +12,7 @@
 #include "tests/support/bytes.hpp"
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
+#include "tests/support/large.hpp"
 #include "tests/support/values.hpp"
 
 namespace gpuruntime {
@@ -271,11 +272,11 @@ TEST(Movement, StepsWhereTheGridExceedsALimit) {
     }
 }
 
-// From 64 MiB on what is written goes past the caches: whole lines of it, from any element on.
+// Of large arrays what is written goes past the caches: whole lines of it, from any element on.
 TEST(Movement, OfLargeArraysWritesWholeLinesAndEdges) {
     for (Movement const& m : movementsOfEachCarrier()) {
         if (m.elementSize < sizeof(float)) continue;  // 64 million elements take long
-        unsigned long const n = (1ul << 26) / m.elementSize;
+        unsigned long const n = testing::largeCount<unsigned char>() / m.elementSize;
         expectMoved(m, m.repmatColumnVector, {999, n / 999 + 1}, 999, 999 * (n / 999 + 1),
                     [](unsigned long i) { return i % 999; });
         expectMoved(m, m.repmatColumnVector, {1001, n / 1001 + 1}, 1001, 1001 * (n / 1001 + 1),

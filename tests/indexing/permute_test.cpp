@@ -9,6 +9,7 @@
 
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
+#include "tests/support/large.hpp"
 #include "tests/support/test_types.hpp"
 #include "tests/support/values.hpp"
 
@@ -89,12 +90,14 @@ TYPED_TEST(PermuteOf, MovesEveryElementBitForBit) {
     expectPermuted<TypeParam>({300, 70}, {2, 1});
 }
 
-// From 64 MiB on, tiles whose rows are whole cache lines are written another way than those at the edges.
+// Of large arrays, tiles whose rows are whole cache lines are written another way than those at the edges.
 TEST(Permute, OfLargeArraysWritesWholeTilesAndEdges) {
-    expectPermuted<double>({100, 512, 168}, {2, 1, 3});
-    expectPermuted<double>({1024, 96, 88}, {2, 1, 3});
-    expectPermuted<float>({33, 1040, 500}, {3, 2, 1});
-    expectPermuted<double2>({65, 66, 1000}, {2, 3, 1});
+    constexpr unsigned long doubles = testing::largeCount<double>(), floats = testing::largeCount<float>(),
+                            pairs = testing::largeCount<double2>();
+    expectPermuted<double>({100, 512, doubles / 51'200 + 5}, {2, 1, 3});
+    expectPermuted<double>({1024, 96, doubles / 98'304 + 3}, {2, 1, 3});
+    expectPermuted<float>({33, 1040, (floats / 34'320 / 4 + 3) * 4}, {3, 2, 1});
+    expectPermuted<double2>({65, 66, (pairs / 4'290 / 8 + 2) * 8}, {2, 3, 1});
 }
 
 TYPED_TEST(PermuteOf, WritesNothingWithoutElements) {

@@ -15,6 +15,7 @@
 #include "tests/support/bytes.hpp"
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
+#include "tests/support/large.hpp"
 
 namespace gpuruntime {
 namespace {
@@ -392,12 +393,13 @@ TEST(Subsref, ReadsNumelElementsThroughOneSlotWhateverTheCounts) {
     expectSameBits({1, 2, 3}, out.values());
 }
 
-// From 64 MiB on what is written goes past the caches: whole lines of it, from any element on.
+// Of large arrays what is written goes past the caches: whole lines of it, from any element on.
 TEST(Subscripts, OfLargeSelectionsWriteWholeLinesAndEdges) {
     struct Case {
         unsigned long elementSize, rows, cols;
     };
-    for (Case const c : {Case{8, 3'001, 2'803}, Case{16, 100, 42'000}}) {
+    for (Case const c : {Case{8, 3'001, testing::largeCount<double>() / 3'001 + 8},
+                         Case{16, 100, testing::largeCount<double2>() / 100 + 57}}) {
         for (SelectionOperators const& operators : testing::selectionOperatorsOfEachCarrier()) {
             if (operators.elementSize != c.elementSize || operators.kinds.size() != 2) continue;
             Selection selection{operators.kinds, {c.rows + 3, c.cols}, {}};

@@ -9,6 +9,7 @@
 
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
+#include "tests/support/large.hpp"
 #include "tests/support/test_types.hpp"
 #include "tests/support/values.hpp"
 
@@ -92,7 +93,9 @@ TYPED_TEST(TransposeOf, ConjugatesComplexElementsAndNoOthers) {
 
 /// `out` begins `offset` elements into its array, where what stands before and after must stay.
 template <class T>
-void expectLargeTransposed(Matrix m, unsigned long offset) {
+void expectLargeTransposed(unsigned long extraRows, unsigned long extraCols, unsigned long offset) {
+    unsigned long const side = (testing::largeSide<T>() + 31) / 32 * 32;
+    Matrix const m{side + extraRows, side + extraCols};
     SCOPED_TRACE(::testing::Message() << m.rows << " by " << m.cols << " at " << offset);
     constexpr unsigned long spare = 8;
     auto const values = testing::randomValues<T>(m.rows * m.cols), around = testing::randomValues<T>(spare);
@@ -108,17 +111,17 @@ void expectLargeTransposed(Matrix m, unsigned long offset) {
     expectSameBits(values, in.values());
 }
 
-// From 64 MiB on, tiles whose rows are whole cache lines are written another way than those at the edges, and
-// than those of arrays that do not begin with a line.
+// Of large arrays, tiles whose rows are whole cache lines are written another way than those at the edges,
+// and than those of arrays that do not begin with a line.
 TEST(CTranspose, OfLargeMatricesWritesWholeTilesAndEdges) {
-    expectLargeTransposed<float>({4100, 4112}, 0);
-    expectLargeTransposed<float>({4100, 4112}, 1);
-    expectLargeTransposed<float>({4112, 4100}, 0);
-    expectLargeTransposed<double>({2901, 2904}, 0);
-    expectLargeTransposed<double>({2901, 2904}, 4);
-    expectLargeTransposed<double2>({2051, 2052}, 0);
-    expectLargeTransposed<double2>({2051, 2052}, 2);
-    if constexpr (internal::isBuilt<short>) expectLargeTransposed<short>({5800, 5824}, 0);
+    expectLargeTransposed<float>(4, 16, 0);
+    expectLargeTransposed<float>(4, 16, 1);
+    expectLargeTransposed<float>(16, 4, 0);
+    expectLargeTransposed<double>(5, 8, 0);
+    expectLargeTransposed<double>(5, 8, 4);
+    expectLargeTransposed<double2>(3, 4, 0);
+    expectLargeTransposed<double2>(3, 4, 2);
+    if constexpr (internal::isBuilt<short>) expectLargeTransposed<short>(8, 32, 0);
 }
 
 TYPED_TEST(TransposeOf, TransposesSquaresInPlace) {
