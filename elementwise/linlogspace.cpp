@@ -1,10 +1,8 @@
 #include <gpuruntime/ranges.hpp>
 
-#include "backend/math/exponential.hpp"
 #include "backend/math/power.hpp"
-#include "backend/math/trigonometric.hpp"
 #include "conversion.hpp"
-#include "elementwise/guarded_product.hpp"
+#include "elementwise/powers.hpp"
 #include "frame/complex.hpp"
 #include "frame/elementwise.hpp"
 #include "frame/instantiation.hpp"
@@ -47,32 +45,14 @@ GPU_DEVICE T spacedValue(unsigned int i, unsigned int n, T first, T last) {
     }
 }
 
-/// 10 to a power of integer value, by repeated squaring.
-template <class P>
-GPU_DEVICE P powerOfTen(P exponent) {
-    P result = 1;
-    P square = 10;
-    for (long left = backend::toInt64(backend::abs(exponent)); left != 0; left >>= 1) {
-        if (left & 1) result *= square;
-        square *= square;
-    }
-    return exponent < 0 ? 1 / result : result;
-}
-
 template <class T>
 GPU_DEVICE T tenToThe(T exponent) {
     if constexpr (internal::isComplex<T>) {
         using P = internal::Part<T>;
-        if (exponent.y == 0) {
-            bool const integral =
-                backend::floor(exponent.x) == exponent.x && backend::abs(exponent.x) < P(0x1p52);
-            if (integral) return {powerOfTen(exponent.x), 0};
+        if (exponent.y == 0 && internal::isCountable(exponent.x)) {
+            return {internal::powerBySquaring(P(10), exponent.x), 0};
         }
-        T const w = internal::guardedProduct(exponent, T{P(2.302585092994046), 0});  // ln 10
-        P const magnitude = backend::exp(w.x);
-        P sine, cosine;
-        backend::sinCos(w.y, sine, cosine);
-        return {magnitude * cosine, magnitude * sine};
+        return internal::complexExp(internal::guardedProduct(exponent, T{P(2.302585092994046), 0}));  // ln 10
     } else {
         return backend::pow(T(10), exponent);
     }

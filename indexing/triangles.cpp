@@ -4,6 +4,7 @@
 #include "frame/elementwise.hpp"
 #include "frame/instantiation.hpp"
 #include "indexing/carrier.hpp"
+#include "indexing/compressed.hpp"
 
 namespace gpuruntime {
 namespace {
@@ -46,28 +47,12 @@ struct TrilOneDiag {
     }
 };
 
-/// The row in which stored element `i` of `n` is: the search begins where it would be if all were equally
-/// full.
-GPU_DEVICE int rowOfStored(int const* rowStarts, unsigned int numRows, unsigned int i, unsigned int n) {
-    unsigned int low = 0, high = numRows;
-    auto row = static_cast<unsigned int>(1ul * i * numRows / n);
-    for (;;) {
-        if (static_cast<unsigned int>(rowStarts[row]) > i) {
-            high = row;
-        } else if (static_cast<unsigned int>(rowStarts[row + 1]) > i) {
-            return static_cast<int>(row);
-        } else {
-            low = row + 1;
-        }
-        row = static_cast<unsigned int>((1ul * low + high) / 2);
-    }
-}
-
 template <class T, bool upper>
 struct TrilTriuSparse {
     static GPU_DEVICE void apply(elementwisedetail::Position at, int const* rowStarts,
                                  int const* columnIndices, T* values, unsigned int numRows, long k) {
-        long const row = rowOfStored(rowStarts, numRows, at.i, at.n), diagonalRow = columnIndices[at.i] - k;
+        long const row = internal::compressedIndexOf(rowStarts, numRows, at.i, at.n),
+                   diagonalRow = columnIndices[at.i] - k;
         if (upper ? row > diagonalRow : row < diagonalRow) values[at.i] = T{};
     }
 };

@@ -7,6 +7,7 @@
 #include "elementwise/guarded_product.hpp"
 #include "frame/complex.hpp"
 #include "frame/complex_order.hpp"
+#include "frame/saturation.hpp"
 #include "math.hpp"
 
 /// What reductions and scans combine values with. An operator gives an identity, which stands for an element
@@ -20,54 +21,6 @@
 namespace gpuruntime::reductionoperators {
 
 namespace detail {
-
-/// `a` + `b`, held at the ends of the range. Where vectors have minima and maxima, `b` is held within what
-/// `a` leaves of the range; a wide sum is taken and mended.
-template <class T>
-GPU_DEVICE T saturatingSum(T a, T b) {
-    using U = std::make_unsigned_t<T>;
-    using Limits = std::numeric_limits<T>;
-    constexpr bool isWide = sizeof(T) == 8, isSigned = std::is_signed_v<T>;
-    if constexpr (!isWide && !isSigned) {
-        T const most = static_cast<T>(Limits::max() - a);
-        return static_cast<T>(a + (b < most ? b : most));
-    } else if constexpr (!isWide && isSigned) {
-        T const most = static_cast<T>(Limits::max() - (a > 0 ? a : T(0)));
-        T const least = static_cast<T>(Limits::min() - (a < 0 ? a : T(0)));
-        T const lowered = b < most ? b : most;
-        return static_cast<T>(a + (lowered > least ? lowered : least));
-    } else if constexpr (isWide && !isSigned) {
-        T const sum = a + b;
-        return sum < a ? Limits::max() : sum;
-    } else {
-        // It overflowed if the sum's sign is neither operand's.
-        U const sum = static_cast<U>(a) + static_cast<U>(b);
-        T const overflow = static_cast<T>((static_cast<U>(a) ^ sum) & (static_cast<U>(b) ^ sum));
-        T const bound = a < 0 ? Limits::min() : Limits::max();
-        return overflow < 0 ? bound : static_cast<T>(sum);
-    }
-}
-
-/// An integer that holds every product of two `T` of at most 32 bits, twice as wide.
-template <class T>
-using Wide = std::conditional_t<
-    sizeof(T) == 4, std::conditional_t<std::is_signed_v<T>, long, unsigned long>,
-    std::conditional_t<sizeof(T) == 2, std::conditional_t<std::is_signed_v<T>, int, unsigned int>,
-                       std::conditional_t<std::is_signed_v<T>, short, unsigned short>>>;
-
-template <class T>
-GPU_DEVICE T saturatingProduct(T a, T b) {
-    using W = Wide<T>;
-    W const product = static_cast<W>(static_cast<W>(a) * static_cast<W>(b));
-    W const high = std::numeric_limits<T>::max();
-    W const lowered = product > high ? high : product;
-    if constexpr (std::is_unsigned_v<T>) {
-        return static_cast<T>(lowered);
-    } else {
-        W const low = std::numeric_limits<T>::min();
-        return static_cast<T>(lowered < low ? low : lowered);
-    }
-}
 
 /// The unsigned integer in which sums and products of the integer `P` wrap at its width without being
 /// narrower than `unsigned int`, in which signed overflow could not be avoided.
@@ -134,7 +87,7 @@ struct Sum {
         } else if constexpr (std::is_floating_point_v<T>) {
             return a + b;
         } else {
-            return detail::saturatingSum(a, b);
+            return internal::saturatingSum(a, b);
         }
     }
 };
@@ -169,7 +122,7 @@ struct Prod {
         } else if constexpr (sizeof(T) == 8) {
             return static_cast<T>(static_cast<unsigned long>(a) * static_cast<unsigned long>(b));
         } else {
-            return detail::saturatingProduct(a, b);
+            return internal::saturatingProduct(a, b);
         }
     }
 

@@ -3,6 +3,7 @@
 #include "atomics.hpp"
 #include "frame/complex_order.hpp"
 #include "frame/elementwise.hpp"
+#include "frame/flags.hpp"
 #include "frame/instantiation.hpp"
 #include "math.hpp"
 
@@ -51,19 +52,9 @@ struct IsSortedKernel {
 /// A failed call reads as a sorted vector.
 template <class Kernel, class T>
 bool noneFlagged(CUstream_st* stream, T const* data, unsigned long n) {
-    static unsigned int const sorted = 1;
-    if (cudaMemcpyToSymbolAsync(D_ISSORTED_FLAG, &sorted, sizeof sorted, 0, cudaMemcpyHostToDevice, stream) !=
-        cudaSuccess) {
-        return true;
-    }
-    elementwisedetail::launch<Kernel>(stream, n, data);
-    unsigned int flag;
-    if (cudaMemcpyFromSymbolAsync(&flag, D_ISSORTED_FLAG, sizeof flag, 0, cudaMemcpyDeviceToHost, stream) !=
-            cudaSuccess ||
-        cudaStreamSynchronize(stream) != cudaSuccess) {
-        return true;
-    }
-    return flag != 0;
+    auto const flags = internal::flagsAfter<1>({&D_ISSORTED_FLAG}, internal::setFlag, stream,
+                                               [&] { elementwisedetail::launch<Kernel>(stream, n, data); });
+    return !flags || (*flags)[0] != 0;
 }
 
 }  // namespace

@@ -14,9 +14,20 @@ GPU_DEVICE unsigned int atomicAnd(unsigned int& word, unsigned int mask) { retur
 
 GPU_DEVICE unsigned int atomicOr(unsigned int& word, unsigned int mask) { return ::atomicOr(&word, mask); }
 
+/// Raises the word to `value` if it is lower; returns what was there.
+GPU_DEVICE unsigned int atomicMax(unsigned int& word, unsigned int value) {
+    return ::atomicMax(&word, value);
+}
+
 /// A plain read of a word that other threads write atomically.
 GPU_DEVICE unsigned int relaxedLoad(unsigned int const& word) {
     return *static_cast<unsigned int const volatile*>(&word);
+}
+
+/// Stores what other threads may store, too: all of them the same value.
+template <class T>
+GPU_DEVICE void storeShared(T& to, T value) {
+    to = value;
 }
 
 }  // namespace gpuruntime::backend

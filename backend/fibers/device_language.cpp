@@ -49,6 +49,11 @@ unsigned int atomicOr(unsigned int* word, unsigned int mask) {
     return atomically(word, __builtin_return_address(0), [=](unsigned int old) { return old | mask; });
 }
 
+unsigned int atomicMax(unsigned int* word, unsigned int value) {
+    return atomically(word, __builtin_return_address(0),
+                      [=](unsigned int old) { return old < value ? value : old; });
+}
+
 // In place of the C library's, which do not tell the zeros apart: on a GPU +0 is above -0.
 extern "C" {
 double fmax(double a, double b) noexcept { return maximum(a, b); }

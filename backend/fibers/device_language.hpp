@@ -61,6 +61,7 @@ unsigned int __shfl_down_sync(unsigned int mask, unsigned int value, unsigned in
 unsigned int atomicCAS(unsigned int* word, unsigned int expected, unsigned int desired);
 unsigned int atomicAnd(unsigned int* word, unsigned int mask);
 unsigned int atomicOr(unsigned int* word, unsigned int mask);
+unsigned int atomicMax(unsigned int* word, unsigned int value);
 
 #define KVGPU_CONVERSION(name, T, Integer) \
     inline Integer name(T value) { return gpuruntime::fibers::convertedTowardZero<Integer>(value); }
