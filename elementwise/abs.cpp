@@ -22,19 +22,16 @@ GPU_DEVICE Magnitude<T> magnitudeOf(T x) {
     }
 }
 
-/// Stores `f` of the magnitude of each element.
-template <class T, class F>
-GPU_DEVICE void storeOfMagnitudes(backend::Run run, Magnitude<T>* out, T const* in, F f) {
-    backend::ElementsOf const elements(run, in);
-    backend::storeRun(run, out, [&, from = elements.data()](Magnitude<T>* to) {
-        backend::forEachOf(run.size, [&](unsigned int k) GPU_INLINE { to[k] = f(magnitudeOf(from[k])); });
-    });
+template <class T>
+GPU_STEP void takeMagnitudes(unsigned int size, Magnitude<T>* to, T const* from) {
+    backend::forEachOf(size, [&](unsigned int k) GPU_INLINE { to[k] = magnitudeOf(from[k]); });
 }
 
 template <class T>
 struct AbsKernel {
     static GPU_DEVICE void apply(backend::Run run, Magnitude<T>* out, T const* in) {
-        storeOfMagnitudes(run, out, in, [](Magnitude<T> x) GPU_INLINE { return x; });
+        backend::ElementsOf const elements(run, in);
+        backend::storeRun(run, out, [&](Magnitude<T>* to) { takeMagnitudes(run.size, to, elements.data()); });
     }
 };
 
@@ -45,8 +42,14 @@ struct AbsPowerKernel {
 
     static GPU_DEVICE void apply(backend::Run run, P* out, T const* in, double exponent) {
         P const given = static_cast<P>(exponent), held = internal::heldIfIntegral(given);
-        storeOfMagnitudes(run, out, in, [=](P x) GPU_INLINE {
-            return backend::pow(x, internal::isIntegral(x) ? held : given);
+        backend::ElementsOf const elements(run, in);
+        backend::storeRun(run, out, [&](P* to) {
+            P magnitudes[backend::Run::capacity];
+            takeMagnitudes(run.size, magnitudes, elements.data());
+            backend::forEachOf(run.size, [&](unsigned int k) GPU_INLINE {
+                P const x = magnitudes[k];
+                to[k] = backend::pow(x, internal::isIntegral(x) ? held : given);
+            });
         });
     }
 };

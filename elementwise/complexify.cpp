@@ -31,8 +31,8 @@ Pair<C> const* carriedPairs(C const* data) {
 template <class P, class Re, class Im>
 GPU_DEVICE void interleave(unsigned int size, P* to, Re re, Im im) {
     backend::forEachOf(size, [&](unsigned int k) {
-        to[2 * k] = re(k);
-        to[2 * k + 1] = im(k);
+        to[2ul * k] = re(k);
+        to[2ul * k + 1] = im(k);
     });
 }
 
@@ -75,7 +75,7 @@ struct ComplexifyScalarPtrKernel {
 /// The part `half` of each pair: 0 for the real one, 1 for the imaginary.
 template <unsigned int half, class T>
 GPU_STEP void takeEach(unsigned int size, T* to, T const* parts) {
-    backend::forEachOf(size, [&](unsigned int k) { to[k] = parts[2 * k + half]; });
+    backend::forEachOf(size, [&](unsigned int k) { to[k] = parts[2ul * k + half]; });
 }
 
 template <unsigned int half, class T>
