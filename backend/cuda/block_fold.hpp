@@ -152,7 +152,9 @@ class ScanTile {
             at(t) = t < count ? elements[t] : Operator::identity();
             at(t + N) = t + N < count ? elements[t + N] : Operator::identity();
         });
-        if (!isFirst) threads.phase(1, [&](unsigned int) { at(0) = Operator::combine(carry, at(0)); });
+        if (!isFirst) {  // the same thread reads it next
+            threads.forEach(1, [&](unsigned int) { at(0) = Operator::combine(carry, at(0)); });
+        }
         T const total = scanExclusively(threads);
         // Shifted down by one place the scan is inclusive.
         threads.template walk<N>(elements, isFirst ? 2 : 1, count,

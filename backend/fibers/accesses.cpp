@@ -34,12 +34,11 @@ struct Range {
 
 enum class Memory { global, shared, constant, foreign };
 
-struct Variable {
-    Range range;
+struct Variable : Range {
     Memory memory;
 };
 
-/// Variables come from units that are initialised before this one.
+/// By address; variables come from units that are initialised before this one.
 std::vector<Variable>& variables() {
     static auto* const all = new std::vector<Variable>;
     return *all;
@@ -48,18 +47,26 @@ std::vector<Variable>& variables() {
 /// The blocks that cudaMalloc gave, as of the launch, by address.
 std::vector<Range> allocations;
 
+/// The first of the ranges that begins after an address.
+template <class Ranges>
+auto firstAfter(Ranges& ranges, std::uintptr_t address) {
+    return std::upper_bound(ranges.begin(), ranges.end(), address,
+                            [](std::uintptr_t at, Range const& range) { return at < range.begin; });
+}
+
+/// The one of the ranges that holds all of an access; none does if null.
+template <class Ranges>
+auto const* rangeAround(Ranges const& ranges, std::uintptr_t address, std::size_t size) {
+    auto const after = firstAfter(ranges, address);
+    return after != ranges.begin() && address + size <= (after - 1)->end ? &*(after - 1) : nullptr;
+}
+
 Memory memoryAt(std::uintptr_t address, std::size_t size) {
     if (Range{addressOf(__ehdr_start), addressOf(_end)}.holds(address)) {
-        for (Variable const& variable : variables()) {
-            if (variable.range.holds(address)) return variable.memory;
-        }
+        if (auto const* const variable = rangeAround(variables(), address, size)) return variable->memory;
         return address < addressOf(__bss_start) ? Memory::constant : Memory::shared;
     }
-    auto const after =
-        std::upper_bound(allocations.begin(), allocations.end(), address,
-                         [](std::uintptr_t at, Range const& range) { return at < range.begin; });
-    bool const isAllocated = after != allocations.begin() && address + size <= (after - 1)->end;
-    return isAllocated ? Memory::global : Memory::foreign;
+    return rangeAround(allocations, address, size) != nullptr ? Memory::global : Memory::foreign;
 }
 
 /// Stretches of a block between two barriers are counted over all launches.
@@ -176,6 +183,18 @@ class RacyWrite {
 
 RacyWrite& racyWrite = *new RacyWrite;
 
+bool isWanted() {
+    char const* const chosen = std::getenv("KVGPU_CHECKER");
+    std::string const text = chosen == nullptr ? "on" : chosen;
+    if (text != "on" && text != "off") {
+        std::fprintf(stderr, "fibers: KVGPU_CHECKER is \"%s\", neither on nor off\n", text.c_str());
+        std::abort();
+    }
+    return text == "on";
+}
+
+bool const isOn = isWanted();
+
 __thread bool isChecked __attribute__((tls_model("initial-exec"))) = false;
 
 /// One access. Of its errors only the first is reported.
@@ -278,7 +297,7 @@ void passBarrier() { ++running.stretch; }
 
 void enterThread(unsigned int thread) {
     running.thread = static_cast<std::uint16_t>(thread);
-    isChecked = true;
+    isChecked = isOn;
 }
 
 void leaveThread() {
@@ -290,8 +309,9 @@ Unchecked::Unchecked() : wasChecked(isChecked) { isChecked = false; }
 Unchecked::~Unchecked() { isChecked = wasChecked; }
 
 CheckedVariable::CheckedVariable(void const* address, std::size_t size, bool isConstant) {
-    variables().push_back(
-        {{addressOf(address), addressOf(address) + size}, isConstant ? Memory::constant : Memory::global});
+    Range const range = {addressOf(address), addressOf(address) + size};
+    variables().insert(firstAfter(variables(), range.begin),
+                       {range, isConstant ? Memory::constant : Memory::global});
 }
 
 void access(void const* pointer, std::size_t size, AccessKind kind, void const* site) {

@@ -6,12 +6,12 @@
 /// a function before each access; accesses.cpp brings these functions in place of that sanitizer's own. While
 /// a thread of a kernel runs, these are errors:
 /// - two threads of a block touch a byte between the same barriers, or two blocks in a launch, unless both
-/// read it or
-///   both do so atomically; a volatile read counts as atomic;
+///   read it or both do so atomically; a volatile read counts as atomic;
 /// - a thread reads shared memory that its block has not written;
 /// - a thread writes constant memory;
 /// - a thread touches memory that is neither the device's nor its own.
-/// A racing write that leaves the memory as it was is told, and is no error.
+/// A racing write that leaves the memory as it was is told, and is no error. KVGPU_CHECKER=off leaves all
+/// this out, for speed.
 namespace gpuruntime::fibers {
 
 /// A stack's size; it lies at a multiple of it.

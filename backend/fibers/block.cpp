@@ -68,7 +68,7 @@ struct Warp {
 };
 
 /// The block that runs. Between two barriers each thread runs in turn; those that wait in a shuffle for
-/// others go on in the next turn.
+/// others go on in a later round.
 class Block {
   public:
     void runGrid(Launch const& newLaunch) {
@@ -134,11 +134,53 @@ class Block {
     void runBlock() {
         beginBlock();
         order.arrange(turn);
-        numStarted = numFinished = 0;
-        while (numStarted < threads.size()) resume(idleFiber());
-        while (numFinished < threads.size()) {
-            if (!resumeReady()) release();
+        next = 0;
+        numStarted = numReady = numFinished = 0;
+        handOver(scheduler);
+    }
+
+    /// A fiber's program: it starts threads one after another, until one waits. When that has finished and
+    /// all have been started, the fiber is idle.
+    fiber runThreads(fiber&& from) {
+        *left = std::move(from);
+        for (;;) {
+            while (numStarted < threads.size()) {
+                enter(turn[numStarted++]);
+                launch->thread(launch->parameters);
+                leaveThread();
+                threads[current].state = State::finished;
+                ++numFinished;
+            }
+            handOver(idle.emplace_back());
         }
+    }
+
+    /// The running thread waits; others run.
+    void wait(State state, void const* site) {
+        unsigned int const self = current;
+        threads[self].state = state;
+        threads[self].site = site;
+        handOver(threads[self].context);
+        enter(self);
+    }
+
+    /// Goes on with the thread whose turn it is, or after the last with the scheduler; returns when the
+    /// calling fiber, which `self` keeps meanwhile, goes on. Fibers do this among themselves: what a launch
+    /// costs are the switches.
+    void handOver(fiber& self) {
+        if (numStarted < threads.size()) {
+            switchTo(idleFiber(), self);
+        } else if (numFinished == threads.size()) {
+            switchTo(std::move(scheduler), self);
+        } else if (fiber& context = nextReady().context; &context != &self) {
+            switchTo(std::move(context), self);
+        }
+    }
+
+    void switchTo(fiber other, fiber& self) {
+        left = &self;
+        fiber from = std::move(other).resume();
+        *left = std::move(from);
     }
 
     fiber idleFiber() {
@@ -151,57 +193,17 @@ class Block {
         return context;
     }
 
-    /// A fiber's program: it starts threads one after another, until one waits. When that has finished and
-    /// all have been started, the fiber is idle.
-    fiber runThreads(fiber&& from) {
-        scheduler = std::move(from);
-        for (;;) {
-            while (numStarted < threads.size()) {
-                enter(turn[numStarted++]);
-                launch->thread(launch->parameters);
-                leaveThread();
-                threads[current].state = State::finished;
-                ++numFinished;
-            }
-            isIdle = true;
-            scheduler = std::move(scheduler).resume();
-        }
-    }
-
-    void resume(fiber context) {
-        isIdle = false;
-        context = std::move(context).resume();
-        if (isIdle) {
-            idle.push_back(std::move(context));
-        } else {
-            threads[current].context = std::move(context);
-        }
-    }
-
-    /// The running thread waits; others run.
-    void wait(State state, void const* site) {
-        unsigned int const self = current;
-        threads[self].state = state;
-        threads[self].site = site;
-        scheduler = std::move(scheduler).resume();
-        enter(self);
-    }
-
     void enter(unsigned int t) {
         current = t;
         builtIn.threadIndex = threads[t].index;
         enterThread(t);
     }
 
-    bool resumeReady() {
-        bool any = false;
-        for (unsigned int const t : turn) {
-            if (threads[t].state != State::ready) continue;
-            any = true;
-            current = t;
-            resume(std::move(threads[t].context));
-        }
-        return any;
+    Thread& nextReady() {
+        if (numReady == 0) release();
+        while (threads[turn[next]].state != State::ready) next = (next + 1) % turn.size();
+        --numReady;
+        return threads[turn[next]];
     }
 
     void exchange(Warp& warp) {
@@ -215,7 +217,7 @@ class Block {
             if ((warp.arrived >> lane & 1) == 0) continue;
             Thread& thread = threads[first + lane];
             thread.value = values[thread.source % warpSize];
-            thread.state = State::ready;
+            setReady(thread);
         }
         warp.arrived = 0;
     }
@@ -232,9 +234,15 @@ class Block {
         checkBarrier();
         passBarrier();
         order.arrange(turn);
+        next = 0;
         for (Thread& thread : threads) {
-            if (thread.state == State::atBarrier) thread.state = State::ready;
+            if (thread.state == State::atBarrier) setReady(thread);
         }
+    }
+
+    void setReady(Thread& thread) {
+        thread.state = State::ready;
+        ++numReady;
     }
 
     void reportMissingLanes(Warp const& warp) {
@@ -267,14 +275,15 @@ class Block {
     std::mutex mutex;
     Order order;
     Launch const* launch = nullptr;
-    fiber scheduler;
+    fiber scheduler;  ///< what called runGrid
     std::vector<fiber> idle;
-    bool isIdle = false;  ///< whether the fiber that ran last is
+    fiber* left = nullptr;  ///< the place of the fiber that ran last
 
     std::vector<Thread> threads;
     std::vector<Warp> warps;
     std::vector<unsigned int> turn;  ///< the threads in the order in which they run
-    std::size_t numStarted = 0, numFinished = 0;
+    std::size_t next = 0;            ///< in that order
+    std::size_t numStarted = 0, numReady = 0, numFinished = 0;
     unsigned int current = 0;
 };
 
