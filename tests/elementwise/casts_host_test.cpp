@@ -230,7 +230,7 @@ TEST_F(CastToBoolCall, TellsWhenTheWordCannotBeReadAndWaitsAllTheSame) {
 }
 
 // Of the four gibibytes only the pages at both ends are used.
-TEST(BlockCastPositions, WrapAt32BitsWithinABlock) {
+TEST(BlockCastPositions, WrapAt2To32WithinABlock) {
     unsigned long const reach = 1ul << 32, n = 512, before = 300;
     void* const memory =
         mmap(nullptr, reach, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);

@@ -221,6 +221,13 @@ TYPED_TEST(PermuteOfSize, FoldsAndStepsWhereTheGridExceedsALimit) {
     }
 }
 
+// For 5 by 5 blocks 2 by 2 walk the diagonals of 8 by 8. Past the 25th numbers wrap around: all are met, and
+// what one block has written another writes again.
+TYPED_TEST(PermuteOfSize, StepsInBothDirectionsWhereBlocksMeetTheSame) {
+    testing::GridLimits const limits(2, 2);
+    expectPermuted<TypeParam>({65, 5, 65}, {3, 2, 1});
+}
+
 TYPED_TEST(PermuteOfSize, StepsInBothDirections) {
     testing::GridLimits const limits(1, 1);
     // One block does the work of 3 by 3. It walks the diagonal of 4 by 4, along which numbers grow by 5: past

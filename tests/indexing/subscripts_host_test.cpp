@@ -145,7 +145,7 @@ TEST_F(SubscriptCalls, TheRuntimesAnswerOnTheKernelIsNotChecked) {
     EXPECT_TRUE(out.untouched());
 }
 
-TEST(SubscriptOffsets, WrapAmongElementsBesideEachOther) {
+TEST(SubscriptOffsets, WrapAt2To32AmongElementsBesideEachOther) {
     constexpr unsigned long wrap = 1ul << 32, beforeWrap = 3, n = 600, room = 4096;
     void* const memory = mmap(nullptr, wrap + room, PROT_READ | PROT_WRITE,
                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);

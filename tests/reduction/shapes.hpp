@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tests/reduction/reference.hpp"
+#include "tests/support/sampled.hpp"
 #include "tests/support/test_types.hpp"
 #include "tests/support/values.hpp"
 
@@ -29,7 +30,7 @@ inline std::vector<Shape> reductionShapes() {
             for (unsigned long outer : {1, 5}) shapes.push_back({stride * length * outer, length, stride});
         }
     }
-    return shapes;
+    return sampled(shapes);
 }
 
 /// Whether a launch that steps in both dimensions on a grid of 2 by 2 comes by column `x` of slice `y`, with
