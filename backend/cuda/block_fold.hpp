@@ -52,11 +52,10 @@ template <unsigned int N, class T, class Combine, class Store>
 GPU_DEVICE void foldBlock(Threads const& threads, PerThread<T, N>& values, Combine combine, Store store) {
     __shared__ T runs[N / detail::warpSize];
     threads.phase([&](unsigned int t) {
-        T value = values[t];
+        T value = values[t];  // the first lane takes none from beyond its run, and only its result counts
 #pragma unroll
         for (unsigned int offset = 1; offset < detail::warpSize; offset *= 2) {
-            T const above = detail::shuffleDown(value, offset);
-            if (t % detail::warpSize + offset < detail::warpSize) value = combine(value, above);
+            value = combine(value, detail::shuffleDown(value, offset));
         }
         if (t % detail::warpSize == 0) runs[t / detail::warpSize] = value;
     });
