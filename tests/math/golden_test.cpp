@@ -4,6 +4,7 @@
 #include <cuda_runtime.h>
 #include <gtest/gtest.h>
 #include <gpuruntime/accumulation.hpp>
+#include <gpuruntime/arithmetic.hpp>
 #include <gpuruntime/random.hpp>
 #include <gpuruntime/ranges.hpp>
 #include <gpuruntime/reductions.hpp>
@@ -183,6 +184,44 @@ TEST(GoldenValues, OfComplexSorts) {
         hash.add<double>({IsSortedVector::Invoker<double2>()(nullptr, data.data() + i, 2) ? 1.0 : 0.0});
     }
     EXPECT_EQ(0x66b3d716ff71d891, hash.value());
+}
+
+template <class T>
+unsigned long magnitudesHash() {
+    Hash hash;
+    DeviceArray<T> in(points<T>(n));
+    DeviceArray<Magnitude<T>> out(n);
+    Abs::Invoker<T>()(nullptr, out.data(), in.data(), n);
+    hash.add<Magnitude<T>>(out.values());
+    for (double exponent : {2.0, -0.3, 1.7, 11.0}) {
+        AbsPower::Invoker<T>()(nullptr, out.data(), in.data(), exponent, n);
+        hash.add<Magnitude<T>>(out.values());
+    }
+    return hash.value();
+}
+
+TEST(GoldenValues, OfMagnitudesAndTheirPowers) {
+    EXPECT_EQ(0x5d6ff638ad701b6a, magnitudesHash<float2>());
+    EXPECT_EQ(0xa91a473282cbe9bf, magnitudesHash<double2>());
+}
+
+template <class T>
+unsigned long matrixPowersHash() {
+    Hash hash;
+    unsigned long const side = 70;
+    DeviceArray<T> vectors(points<T>(side * side)), values(points<T>(side)), out(side * side);
+    for (T const& scalar : points<T>(12)) {
+        MPowerMatrixScalar::Invoker<T>()(nullptr, out.data(), vectors.data(), values.data(), scalar, side);
+        hash.add<T>(out.values());
+        MPowerScalarMatrix::Invoker<T>()(nullptr, out.data(), vectors.data(), values.data(), scalar, side);
+        hash.add<T>(out.values());
+    }
+    return hash.value();
+}
+
+TEST(GoldenValues, OfMatrixPowers) {
+    EXPECT_EQ(0xc1a462c00d37841b, matrixPowersHash<float2>());
+    EXPECT_EQ(0x9b2d4754232fe055, matrixPowersHash<double2>());
 }
 
 }  // namespace
