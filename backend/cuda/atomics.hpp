@@ -19,6 +19,11 @@ GPU_DEVICE unsigned int atomicMax(unsigned int& word, unsigned int value) {
     return ::atomicMax(&word, value);
 }
 
+GPU_DEVICE void atomicAdd(unsigned int& word, unsigned int amount) { ::atomicAdd(&word, amount); }
+
+/// The same on a word that only the threads of a block share.
+GPU_DEVICE void atomicAddInBlock(unsigned int& word, unsigned int amount) { ::atomicAdd(&word, amount); }
+
 /// A plain read of a word that other threads write atomically.
 GPU_DEVICE unsigned int relaxedLoad(unsigned int const& word) {
     return *static_cast<unsigned int const volatile*>(&word);

@@ -87,4 +87,11 @@ GPU_DEVICE void forEachRow(TileThreads const& /*threads*/, uint3 first, dim3 ext
     f(row, first.y + threadIdx.y, first.z + threadIdx.z);
 }
 
+/// Calls `f(t, i)` for the threads of a block within a tile of an array whose rows are `stride` apart: `t` is
+/// for values that each thread keeps, and `i` = y * `stride` + x its element.
+template <class F>
+GPU_DEVICE void forEachOfTile(TileThreads const& /*threads*/, dim3 tile, unsigned int stride, F f) {
+    if (threadIdx.x < tile.x && threadIdx.y < tile.y) f(0u, threadIdx.y * stride + threadIdx.x);
+}
+
 }  // namespace gpuruntime::backend

@@ -41,6 +41,10 @@ unsigned int atomicCAS(unsigned int* word, unsigned int expected, unsigned int d
                       [=](unsigned int old) { return old == expected ? desired : old; });
 }
 
+unsigned int atomicAdd(unsigned int* word, unsigned int amount) {
+    return atomically(word, __builtin_return_address(0), [=](unsigned int old) { return old + amount; });
+}
+
 unsigned int atomicAnd(unsigned int* word, unsigned int mask) {
     return atomically(word, __builtin_return_address(0), [=](unsigned int old) { return old & mask; });
 }

@@ -59,6 +59,7 @@ void __syncthreads();
 unsigned int __shfl_down_sync(unsigned int mask, unsigned int value, unsigned int delta, int width = 32);
 // and these are one access to memory.
 unsigned int atomicCAS(unsigned int* word, unsigned int expected, unsigned int desired);
+unsigned int atomicAdd(unsigned int* word, unsigned int amount);
 unsigned int atomicAnd(unsigned int* word, unsigned int mask);
 unsigned int atomicOr(unsigned int* word, unsigned int mask);
 unsigned int atomicMax(unsigned int* word, unsigned int value);

@@ -28,6 +28,13 @@ GPU_DEVICE unsigned int atomicMax(unsigned int& word, unsigned int value) {
     return seen;
 }
 
+GPU_DEVICE void atomicAdd(unsigned int& word, unsigned int amount) {
+    __atomic_fetch_add(&word, amount, __ATOMIC_RELAXED);
+}
+
+/// The same on a word that only the threads of a block share: here they are one thread of the machine.
+GPU_DEVICE void atomicAddInBlock(unsigned int& word, unsigned int amount) { word += amount; }
+
 /// A plain read of a word that other threads write atomically.
 GPU_DEVICE unsigned int relaxedLoad(unsigned int const& word) {
     return __atomic_load_n(&word, __ATOMIC_RELAXED);

@@ -131,4 +131,22 @@ GPU_DEVICE void forEachRow(TileThreads const& threads, uint3 first, dim3 extent,
     }
 }
 
+/// Calls `f(t, i)` for the threads of a block within a tile of an array whose rows are `stride` apart: `t` is
+/// the number of the thread in the tile, and `i` = y * `stride` + x its element. Whole rows are a run.
+template <class F>
+GPU_DEVICE void forEachOfTile(TileThreads const& threads, dim3 tile, unsigned int stride, F f) {
+    unsigned int const width = std::min(tile.x, threads.sizeX()), height = std::min(tile.y, threads.sizeY());
+    if (width == stride) {
+        unsigned int const size = width * height;
+#pragma GCC ivdep
+        for (unsigned int t = 0; t < size; ++t) f(t, 0ul + t);
+        return;
+    }
+    for (unsigned int y = 0; y < height; ++y) {
+        unsigned long const row = 1ul * y * stride;
+#pragma GCC ivdep
+        for (unsigned int x = 0; x < width; ++x) f(y * width + x, row + x);
+    }
+}
+
 }  // namespace gpuruntime::backend

@@ -107,6 +107,7 @@ struct AtomicFlag {
     static GPU_DEVICE void run(int*, unsigned int t) {
         if (backend::relaxedLoad(flag) != 0) backend::atomicAnd(flag, ~(1u << t % 32));
         backend::atomicCompareAndSwap(flag, 0, t);
+        backend::atomicAdd(flag, t);
     }
 };
 
