@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "parallel.hpp"
-#include "temporary.hpp"
+#include "backend/temporary.hpp"
 
 /// Stable partition and sorts. Each call has finished when it returns. A failed allocation throws as Thrust
 /// does, and leaves every element in its array, beside those that move with it.

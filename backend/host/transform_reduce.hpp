@@ -11,7 +11,7 @@
 #include "device.hpp"
 #include "lanes.hpp"
 #include "parallel.hpp"
-#include "temporary.hpp"
+#include "backend/temporary.hpp"
 
 namespace gpuruntime::backend {
 
