@@ -40,6 +40,12 @@ struct Columns {
           numColumns(numColumns),
           numRows(numRows) {}
 
+    /// Counters of the block, and about how many elements it counts.
+    GPU_DEVICE unsigned long countersOf(unsigned int numBins) const { return 1ul * numBins * blockWidth(); }
+    GPU_DEVICE unsigned long numElements() const { return 1ul * numRows * threads.sizeY() / step * blockWidth(); }
+
+    GPU_DEVICE unsigned int blockWidth() const { return width < threads.sizeX() ? width : threads.sizeX(); }
+
     /// Calls `f(tile, i)` for each step: the extents of what is left, and the index of its first element.
     template <class F>
     GPU_DEVICE void forEachStep(F f) const {
@@ -109,19 +115,35 @@ GPU_DEVICE void count(Columns const& columns, Counters counters, double* binIndi
         backend::prefetch(data + i + columns.step * columns.numColumns, threads.sizeX() * threads.sizeY());
         Bins bins;
         findBins(tile, data + i, bins);
-        unsigned int const width = tile.x < threads.sizeX() ? tile.x : threads.sizeX();
+        unsigned int const width = columns.blockWidth();
         threads.forEach(tile, [&](backend::Thread t) {
             unsigned int const bin = bins[t.y * width + t.x];
             if (bin < counters.numBins) counters.addOne(columns, t.x, bin);
         });
         if (binIndices == nullptr) return;
         double* const to = binIndices + i;
-        backend::forEachOfTile(threads, tile, columns.numColumns, [&](unsigned int t, unsigned long k) {
-            unsigned int const bin = bins[t];
-            to[k] = backend::fromUint32(bin == counters.numBins ? 0 : bin + 1);
-        });
+        backend::forEachOfTile(threads, tile, columns.numColumns,
+                               [&](unsigned int t, unsigned long k) GPU_INLINE {
+                                   unsigned int const bin = bins[t];
+                                   to[k] = backend::fromUint32(bin == counters.numBins ? 0 : bin + 1);
+                               });
     });
     counters.finish(columns);
+}
+
+/// The same with the counts in global memory, or in what a block has to itself beside its shared memory.
+template <class T, class FindBins>
+GPU_DEVICE void countInGlobalMemory(Columns const& columns, unsigned int* counts, unsigned int numBins,
+                                    double* binIndices, T const* data, FindBins findBins) {
+    if constexpr (backend::ownWords > 0) {
+        unsigned long const numCounters = columns.countersOf(numBins);
+        if (numCounters <= backend::ownWords && numCounters <= columns.numElements()) {
+            unsigned int own[backend::ownWords];
+            count(columns, SharedCounters{counts, numBins, own}, binIndices, data, findBins);
+            return;
+        }
+    }
+    count(columns, CountersInPlace{counts, numBins}, binIndices, data, findBins);
 }
 
 template <class T, MemoryUsagePolicy binCounts, MemoryUsagePolicy binEdges>
@@ -144,39 +166,40 @@ struct HistCGeneralFormKernel {
                 auto* const counters = reinterpret_cast<unsigned int*>(shared + numBins);
                 count(columns, SharedCounters{counts, numBins, counters}, binIndices, data, findBins);
             } else {
-                count(columns, CountersInPlace{counts, numBins}, binIndices, data, findBins);
+                countInGlobalMemory(columns, counts, numBins, binIndices, data, findBins);
             }
         } else {
-            count(columns, CountersInPlace{counts, numBins}, binIndices, data,
-                  [&](dim3 tile, T const* from, Bins& bins) {
-                      search(columns, tile, from, edges, numBins, bins);
-                  });
+            countInGlobalMemory(columns, counts, numBins, binIndices, data,
+                                [&](dim3 tile, T const* from, Bins& bins) {
+                                    search(columns, tile, from, edges, numBins, bins);
+                                });
         }
     }
 
   private:
-    /// The last edge that is not above the element, by a search that halves its step.
+    /// The last edge that is not above the element, by halves.
     static GPU_DEVICE void search(Columns const& columns, dim3 tile, T const* from, T const* edges,
                                   unsigned int numBins, Bins& bins) {
         T const first = edges[0], last = edges[numBins - 1];
         auto const forEach = [&](auto f) GPU_INLINE {
             backend::forEachOfTile(columns.threads, tile, columns.numColumns, f);
         };
-        forEach([&](unsigned int t, unsigned long) { bins[t] = 0; });
-        unsigned int step = 1;
-        while (step <= numBins / 2) step *= 2;
-        for (; step != 0; step /= 2) {
-            forEach([&](unsigned int t, unsigned long i) {
-                unsigned int const here = bins[t], there = here + step;
-                bool const exists = there < numBins;
-                bool const isAbove = edges[exists ? there : 0] > from[i];
-                bins[t] = exists & !isAbove ? there : here;
+        backend::PerThread<unsigned long, internal::MAX_THREADS_PER_BLOCK> places;
+        forEach([&](unsigned int t, unsigned long) GPU_INLINE { places[t] = 0; });
+        // The edge is among `left` from the place on.
+        for (unsigned int left = numBins; left > 1;) {
+            unsigned int const half = left / 2;
+            forEach([&](unsigned int t, unsigned long i) GPU_INLINE {
+                bool const isAbove = edges[places[t] + half] > from[i];
+                places[t] +=
+                    static_cast<unsigned long>(!isAbove) * half;  // no branch: it would be mispredicted
             });
+            left -= half;
         }
-        forEach([&](unsigned int t, unsigned long i) {
+        forEach([&](unsigned int t, unsigned long i) GPU_INLINE {
             T const x = from[i];
             bool const isOutside = (first > x) | (last < x) | backend::isNaN(x);
-            bins[t] = isOutside ? numBins : bins[t];
+            bins[t] = isOutside ? numBins : static_cast<unsigned int>(places[t]);
         });
     }
 };
@@ -194,12 +217,11 @@ struct HistCColonFormKernel {
         };
         auto const findBins = [&](dim3 tile, T const* from, Bins& bins) {
             if (scale == 0) {
-                forEach(tile, [&](unsigned int t, unsigned long i) {
-                    bins[t] = from[i] == first ? numBins - 1 : numBins;
-                });
+                forEach(tile, [&](unsigned int t, unsigned long i)
+                                  GPU_INLINE { bins[t] = from[i] == first ? numBins - 1 : numBins; });
                 return;
             }
-            forEach(tile, [&](unsigned int t, unsigned long i) {
+            forEach(tile, [&](unsigned int t, unsigned long i) GPU_INLINE {
                 T const p = (from[i] - first) * scale;
                 T const above = -backend::floor(-p);
                 bool const isOutside = (backend::copySign(T(1), p) < 0) | (above >= end) | backend::isNaN(p);
@@ -211,7 +233,7 @@ struct HistCColonFormKernel {
             GPU_SHARED unsigned int sBinCounts[sharedSize / sizeof(unsigned int)];
             count(columns, SharedCounters{counts, numBins, sBinCounts}, binIndices, data, findBins);
         } else {
-            count(columns, CountersInPlace{counts, numBins}, binIndices, data, findBins);
+            countInGlobalMemory(columns, counts, numBins, binIndices, data, findBins);
         }
     }
 };

@@ -47,6 +47,9 @@ GPU_DEVICE void prefetch(T const*, unsigned int) {}
 template <class T>
 GPU_DEVICE void prefetchAfter(T const*, unsigned int) {}
 
+/// Words of memory that a block has to itself besides shared memory: none.
+inline constexpr unsigned int ownWords = 0;
+
 /// Applies a functor to a block. A call would cost registers; the code is not shared.
 template <class Functor, class Iterator, class... Args>
 GPU_DEVICE void applyToBlock(Iterator const& block, Args... args) {

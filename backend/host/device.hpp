@@ -70,6 +70,10 @@ GPU_DEVICE void prefetchAfter(T const* from, unsigned int count) {
     prefetch(from + bytesAhead / sizeof(T), count);
 }
 
+/// Words of memory that a block has to itself besides what stands for shared memory: on this device memory is
+/// all alike.
+inline constexpr unsigned int ownWords = 1u << 14;
+
 /// Applies a functor to a block, out of line: the kernels of a frame that run it share its code.
 template <class Functor, class Iterator, class... Args>
 __attribute__((noinline)) void applyToBlock(Iterator const& block, Args... args) {
