@@ -6,8 +6,8 @@
 #include <optional>
 #include <vector>
 
-#include "parallel.hpp"
 #include "backend/temporary.hpp"
+#include "parallel.hpp"
 
 /// Stable partition and sorts. Each call has finished when it returns. A failed allocation throws as Thrust
 /// does, and leaves every element in its array, beside those that move with it.

@@ -8,10 +8,10 @@
 #include <cstring>
 #include <numeric>
 
+#include "backend/temporary.hpp"
 #include "device.hpp"
 #include "lanes.hpp"
 #include "parallel.hpp"
-#include "backend/temporary.hpp"
 
 namespace gpuruntime::backend {
 
