@@ -42,7 +42,9 @@ struct Columns {
 
     /// Counters of the block, and about how many elements it counts.
     GPU_DEVICE unsigned long countersOf(unsigned int numBins) const { return 1ul * numBins * blockWidth(); }
-    GPU_DEVICE unsigned long numElements() const { return 1ul * numRows * threads.sizeY() / step * blockWidth(); }
+    GPU_DEVICE unsigned long numElements() const {
+        return 1ul * numRows * threads.sizeY() / step * blockWidth();
+    }
 
     GPU_DEVICE unsigned int blockWidth() const { return width < threads.sizeX() ? width : threads.sizeX(); }
 

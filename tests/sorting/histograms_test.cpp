@@ -168,12 +168,12 @@ TYPED_TEST(HistogramOf, OfFewBins) {
 }
 
 TYPED_TEST(HistogramOf, MoreRowsThanFiveHundredBlocksHaveAreWalked) {
-    for (unsigned long const rows : {500 * 256ul, 500 * 256ul + 1, 3 * 500 * 256ul + 77}) {
-        expectBothCounted<TypeParam>({1, rows, 1}, 30);
-        expectBothCounted<TypeParam>({1, rows, 1}, 2000);
+    expectBothCounted<TypeParam>({1, 500 * 256 + 1, 1}, 500);
+    for (unsigned long const rows : {500 * 256ul, 3 * 500 * 256ul + 77}) {
+        expectBothCounted<TypeParam>({1, rows, 1}, 12);
     }
-    expectBothCounted<TypeParam>({17, 500 * 16 + 1, 2}, 30);
-    expectBothCounted<TypeParam>({17, 2 * 500 * 16 + 5, 1}, 2000);
+    expectBothCounted<TypeParam>({17, 500 * 16 + 1, 2}, 12);
+    expectBothCounted<TypeParam>({17, 2 * 500 * 16 + 5, 1}, 40);
 }
 
 TYPED_TEST(HistogramOf, StepsAndPagesWhereTheGridExceedsALimit) {
@@ -182,8 +182,8 @@ TYPED_TEST(HistogramOf, StepsAndPagesWhereTheGridExceedsALimit) {
                                   std::tuple{2ul, 65535ul, 2ul}, std::tuple{65535ul, 3ul, 1ul}}) {
         testing::GridLimits const limits(x, y, z);
         for (unsigned long const numBins : {20ul, 200ul, 600ul}) {
-            expectBothCounted<TypeParam>({100, 300, 3}, numBins);
-            expectBothCounted<TypeParam>({2, 3000, 1}, numBins);
+            expectBothCounted<TypeParam>({40, 100, 3}, numBins);
+            expectBothCounted<TypeParam>({2, 2000, 1}, numBins);
         }
     }
 }
