@@ -99,9 +99,6 @@ unsigned long getNumElementsWorkingMemoryNeededForAccumarray(unsigned long n);
 /// fails is left to `cudaGetLastError` and later ones still run. No state: calls on different arrays may run
 /// side by side.
 ///
-/// Source of the scheme: G. E. Blelloch, "Prefix sums and their applications" (1990), for segmented
-/// reductions by pairwise combination.
-///
 /// Types: `bool`, `float`, `double`, `float2`, `double2`.
 ///
 /// Example: keys 1, 1, 3, values 2, 3, 4: the sums are 5 for bin 1 and 4 for bin 3.
