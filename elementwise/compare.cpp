@@ -9,43 +9,43 @@
 namespace gpuruntime {
 namespace {
 
-/// What numbers of a type are compared as, if they are compared with their like: logicals are the numbers of
-/// their bytes, and of integers only the bits count.
-template <class T, class = void>
-struct Pattern {
-    using type = T;
-};
-template <>
-struct Pattern<bool> {
-    using type = unsigned char;
-};
+/// Of integers of one type only the bits are compared; logicals are the numbers of their bytes.
 template <class T>
-struct Pattern<T, std::enable_if_t<std::is_integral_v<T>>> {
-    using type = std::make_unsigned_t<T>;
-};
+auto const* pattern(T const* values) {
+    if constexpr (std::is_same_v<T, bool>) {
+        return reinterpret_cast<unsigned char const*>(values);
+    } else if constexpr (std::is_integral_v<T>) {
+        return reinterpret_cast<std::make_unsigned_t<T> const*>(values);
+    } else {
+        return values;
+    }
+}
 
-/// The type in which parts of two types are compared: `double`, or a smaller one with the same outcome, the
-/// smallest that holds all values of both. `long` stands in for `double` beside other integers, because no
-/// rounding of a `long` meets a number below 2^32.
+/// The type as which numbers of `A` are compared with such of `B`: `double`, or a smaller one with the same
+/// outcome. Integers are compared as such of the wider type, because no rounding of a `long` meets a number
+/// below 2^32; if they cannot be, each keeps its sign or lack of it.
 template <class A, class B>
-constexpr auto commonType() {
+constexpr auto comparedAs() {
     using Limits = std::numeric_limits<A>;
     using OtherLimits = std::numeric_limits<B>;
-    constexpr int digits = std::max(Limits::digits, OtherLimits::digits);
-    if constexpr (Limits::is_integer && OtherLimits::is_integer) {
-        if constexpr (digits <= std::numeric_limits<short>::digits)
-            return short();
-        else if constexpr (digits <= std::numeric_limits<int>::digits)
-            return int();
+    if constexpr (std::is_same_v<A, B>) {
+        return A();
+    } else if constexpr (Limits::is_integer && OtherLimits::is_integer) {
+        if constexpr (Limits::is_signed && sizeof(A) <= sizeof(B))
+            return std::make_signed_t<B>();
+        else if constexpr (sizeof(A) < sizeof(B))
+            return B();
         else
-            return long();
+            return A();
     } else if constexpr (std::is_same_v<A, double> || std::is_same_v<B, double> ||
-                         digits > std::numeric_limits<float>::digits) {
+                         std::max(Limits::digits, OtherLimits::digits) > std::numeric_limits<float>::digits) {
         return double();
     } else {
         return float();
     }
 }
+template <class A, class B>
+using ComparedAs = decltype(comparedAs<A, B>());
 
 template <class T>
 GPU_STEP void equalEach(unsigned int size, bool* to, T const* a, T const* b, bool nanEqual) {
@@ -57,9 +57,10 @@ GPU_STEP void equalEach(unsigned int size, bool* to, T const* a, T const* b, boo
     }
 }
 
-GPU_STEP void equalEach(unsigned int size, bool* to, long const* a, unsigned long const* b, bool) {
-    backend::forEachOf(
-        size, [&](unsigned int k) { to[k] = (static_cast<unsigned long>(a[k]) == b[k]) & (a[k] >= 0); });
+/// Of integers of one size, the first of which are signed.
+template <class S, class U>
+GPU_STEP void equalEachOfOneSign(unsigned int size, bool* to, S const* a, U const* b) {
+    backend::forEachOf(size, [&](unsigned int k) { to[k] = (static_cast<U>(a[k]) == b[k]) & (a[k] >= 0); });
 }
 
 GPU_STEP void negateEach(unsigned int size, bool* to) {
@@ -68,21 +69,19 @@ GPU_STEP void negateEach(unsigned int size, bool* to) {
 
 template <class A, class B>
 GPU_DEVICE void compareParts(unsigned int size, bool* to, A const* a, B const* b, bool nanEqual) {
-    if constexpr (std::is_same_v<A, B>) {
-        using P = typename Pattern<A>::type;
-        equalEach(size, to, reinterpret_cast<P const*>(a), reinterpret_cast<P const*>(b), nanEqual);
-    } else if constexpr (std::is_same_v<B, unsigned long> && std::is_integral_v<A>) {
-        internal::withCast<long>(size, a,
-                                 [&](long const* value) { equalEach(size, to, value, b, nanEqual); });
-    } else if constexpr (std::is_same_v<A, unsigned long> && std::is_integral_v<B>) {
-        compareParts(size, to, b, a, nanEqual);
-    } else {
-        using Common = decltype(commonType<A, B>());
-        internal::withCast<Common>(size, a, [&](Common const* valueA) {
-            internal::withCast<Common>(
-                size, b, [&](Common const* valueB) { equalEach(size, to, valueA, valueB, nanEqual); });
+    using C = ComparedAs<A, B>;
+    using D = ComparedAs<B, A>;
+    internal::withCast<C>(size, a, [&](C const* valueA) {
+        internal::withCast<D>(size, b, [&](D const* valueB) {
+            if constexpr (std::is_signed_v<C> == std::is_signed_v<D>) {
+                equalEach(size, to, pattern(valueA), pattern(valueB), nanEqual);
+            } else if constexpr (std::is_signed_v<C>) {
+                equalEachOfOneSign(size, to, valueA, valueB);
+            } else {
+                equalEachOfOneSign(size, to, valueB, valueA);
+            }
         });
-    }
+    });
 }
 
 /// Stores whether the elements of a run are equal. Beside a complex value a real one has an imaginary part of
@@ -98,9 +97,10 @@ GPU_DEVICE void compareElements(unsigned int size, bool* to, A const* a, B const
         compareParts(2 * size, flags, internal::parts(a), internal::parts(b), nanEqual);
         internal::joinByAnd(size, to, flags);
     } else if constexpr (internal::isComplex<B>) {
+        using C = ComparedAs<A, internal::Part<B>>;
         alignas(internal::FlagPair) bool flags[2 * backend::Run::capacity];
-        A complex[2 * backend::Run::capacity];
-        internal::complexify(size, complex, a);
+        alignas(2 * sizeof(C)) C complex[2 * backend::Run::capacity];
+        internal::withCast<C>(size, a, [&](C const* re) { internal::complexify(size, complex, re); });
         compareParts(2 * size, flags, complex, internal::parts(b), nanEqual);
         internal::joinByAnd(size, to, flags);
     } else {

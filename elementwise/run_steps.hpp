@@ -22,8 +22,26 @@ GPU_DEVICE Part<T> const* parts(T const* elements) {
     return reinterpret_cast<Part<T> const*>(elements);
 }
 
+/// Whether the test `holds(k)`, of elements of `T`, holds for any `k`. What is found is kept as wide as the
+/// elements, so that machine vectors hold it.
+template <class T, class Test>
+GPU_DEVICE bool holdsForAny(unsigned int size, Test holds) {
+    using Found = std::conditional_t<sizeof(T) == sizeof(unsigned long), unsigned long, unsigned int>;
+    Found found = 0;
+    backend::forEachOf(size, [&](unsigned int k) { found |= holds(k) ? ~Found(0) : Found(0); });
+    return found != 0;
+}
+
 template <class To, class From>
 GPU_STEP void castEach(unsigned int size, To* to, From const* from) {
+    if constexpr (backend::Run::capacity > 1 && std::is_floating_point_v<From> && std::is_integral_v<To>) {
+        bool const isAllInside =
+            !holdsForAny<From>(size, [&](unsigned int k) { return !isInside<To>(from[k]); });
+        if (isAllInside) {
+            backend::forEachOf(size, [&](unsigned int k) { to[k] = castInside<To>(from[k]); });
+            return;
+        }
+    }
     backend::forEachOf(size, [&](unsigned int k) { to[k] = cast<To>(from[k]); });
 }
 
@@ -44,13 +62,42 @@ GPU_STEP void copyEach(unsigned int size, T* to, T const* from) {
     backend::forEachOf(size, [&](unsigned int k) { to[k] = from[k]; });
 }
 
-/// The parts of complex values whose imaginary parts are 0.
+/// An unsigned integer of so many bytes, as which any memory can be accessed.
+template <unsigned long size>
+struct Word;
+template <>
+struct Word<1> {
+    typedef unsigned char type __attribute__((may_alias));
+};
+template <>
+struct Word<2> {
+    typedef unsigned short type __attribute__((may_alias));
+};
+template <>
+struct Word<4> {
+    typedef unsigned int type __attribute__((may_alias));
+};
+template <>
+struct Word<8> {
+    typedef unsigned long type __attribute__((may_alias));
+};
+
+/// The parts of complex values whose imaginary parts are 0; `to` is aligned as complex values are. As
+/// integers they are the real parts, twice as wide.
 template <class P>
 GPU_STEP void complexify(unsigned int size, P* to, P const* re) {
-    backend::forEachOf(size, [&](unsigned int k) {
-        to[2 * k] = re[k];
-        to[2 * k + 1] = 0;
-    });
+    if constexpr (sizeof(P) < sizeof(unsigned long)) {
+        using Real = typename Word<sizeof(P)>::type;
+        using Complex = typename Word<2 * sizeof(P)>::type;
+        auto* const words = reinterpret_cast<Complex*>(to);
+        auto const* const from = reinterpret_cast<Real const*>(re);
+        backend::forEachOf(size, [&](unsigned int k) { words[k] = from[k]; });
+    } else {
+        backend::forEachOf(size, [&](unsigned int k) {
+            to[2 * k] = re[k];
+            to[2 * k + 1] = 0;
+        });
+    }
 }
 
 // --- Tests of values ---
@@ -90,7 +137,7 @@ GPU_STEP void testEach(unsigned int size, bool* to, T const* from) {
 }
 
 /// Two flags that follow each other, as one number.
-typedef unsigned short FlagPair __attribute__((may_alias));
+typedef Word<2 * sizeof(bool)>::type FlagPair;
 
 GPU_DEVICE FlagPair const* flagPairs(bool const* flags) {
     return static_cast<FlagPair const*>(static_cast<void const*>(flags));
@@ -127,16 +174,6 @@ GPU_DEVICE void testElements(unsigned int size, bool* to, T const* from) {
     } else {
         testEach<Test>(size, to, from);
     }
-}
-
-/// Whether the test `holds(k)`, of elements of `T`, holds for any `k`. What is found is kept as wide as the
-/// elements, so that machine vectors hold it.
-template <class T, class Test>
-GPU_DEVICE bool holdsForAny(unsigned int size, Test holds) {
-    using Found = std::conditional_t<sizeof(T) == sizeof(unsigned long), unsigned long, unsigned int>;
-    Found found = 0;
-    backend::forEachOf(size, [&](unsigned int k) { found |= holds(k) ? ~Found(0) : Found(0); });
-    return found != 0;
 }
 
 /// Whether the test holds for any element.

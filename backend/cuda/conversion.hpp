@@ -26,4 +26,9 @@ GPU_DEVICE long toInt64(float value) { return __float2ll_rz(value); }
 GPU_DEVICE unsigned long toUint64(double value) { return __double2ull_rz(value); }
 GPU_DEVICE unsigned long toUint64(float value) { return __float2ull_rz(value); }
 
+template <class Integer, class Number>
+GPU_DEVICE Integer toIntegerInside(Number value) {
+    return static_cast<Integer>(value);
+}
+
 }  // namespace gpuruntime::backend

@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "device.hpp"
+#include "math.hpp"
 
 /// Conversions between floating values and integers. To integers they go as the GPU's instructions make them:
 /// toward zero, saturating at the range of the target; the value must not be NaN. From integers they round to
@@ -32,22 +33,24 @@ GPU_DEVICE double fromUint32(unsigned int value) {
     return shifted - origin;
 }
 
-/// Of 64-bit integers the high and the low half are exact, and their sum is rounded once.
+/// Of 64-bit integers the high and the low half are exact, and their sum is rounded once. On the way from an
+/// unsigned one to `float` it is rounded to odd, so that the second rounding sees what the first one lost.
 template <class To, class From>
 GPU_DEVICE To fromInteger(From value) {
-    constexpr bool isWide = sizeof(From) == 8;
-    if constexpr (isWide && std::is_same_v<To, double>) {
-        auto const low = static_cast<unsigned int>(value);
-        if constexpr (std::is_signed_v<From>) {
-            return static_cast<double>(static_cast<int>(value >> 32)) * 0x1p32 + fromUint32(low);
+    if constexpr (std::is_same_v<From, unsigned long>) {
+        double const high = fromUint32(static_cast<unsigned int>(value >> 32)) * 0x1p32;
+        double const low = fromUint32(static_cast<unsigned int>(value));
+        double const sum = high + low;
+        if constexpr (std::is_same_v<To, double>) {
+            return sum;
         } else {
-            return fromUint32(static_cast<unsigned int>(value >> 32)) * 0x1p32 + fromUint32(low);
+            double const lost = low - (sum - high);
+            unsigned long const below = bitsOf(sum) - (lost < 0 ? 1ul : 0ul);
+            return static_cast<To>(withBits(below | (lost != 0 ? 1ul : 0ul)));
         }
-    } else if constexpr (isWide && std::is_unsigned_v<From>) {
-        // Half of a value too large for a signed integer; the bit that it loses still counts in rounding.
-        bool const isLarge = static_cast<long>(value) < 0;
-        auto const inside = static_cast<long>(isLarge ? value >> 1 | (value & 1) : value);
-        return static_cast<float>(inside) * (isLarge ? 2.0f : 1.0f);
+    } else if constexpr (std::is_same_v<From, long> && std::is_same_v<To, double>) {
+        double const high = static_cast<double>(static_cast<int>(value >> 32)) * 0x1p32;
+        return high + fromUint32(static_cast<unsigned int>(value));
     } else if constexpr (std::is_same_v<From, unsigned int>) {
         return static_cast<To>(fromUint32(value));
     } else {
@@ -99,6 +102,16 @@ GPU_DEVICE unsigned long toUint64(double value) {
     double const inside = clamped(std::trunc(value), 0.0, 0x1p64);
     unsigned long const bits = halvesOf(inside);
     return bits - (inside == 0x1p64 ? 1ul : 0ul);
+}
+
+/// A number far within the range of `Integer`, `int` or `long`, truncated toward zero.
+template <class Integer, class Number>
+GPU_DEVICE Integer toIntegerInside(Number value) {
+    if constexpr (sizeof(Integer) == sizeof(long)) {
+        return wholeBits(std::trunc(value));
+    } else {
+        return static_cast<Integer>(value);
+    }
 }
 
 }  // namespace gpuruntime::backend

@@ -112,16 +112,48 @@ void expectSameParts(ElementType type, Bytes const& expected, Bytes const& actua
     }
 }
 
+void expectDense(Pair const& pair, Bytes const& values) {
+    unsigned long const n = values.size() / pair.source.size();
+    DeviceArray<unsigned char> in(values), out(n * pair.target.size());
+    pair.dense(n, out.data(), in.data());
+    EXPECT_EQ(cudaSuccess, cudaGetLastError());
+    expectSameParts(pair.target, expectedCast(pair, values), out.values(), pair);
+    EXPECT_EQ(values, in.values());
+}
+
 TEST(Casts, AgreeWithExactArithmeticOverAllPairs) {
     for (Pair const& pair : allPairs()) {
-        Bytes const values = testing::telltaleElements(pair.source);
-        unsigned long const n = values.size() / pair.source.size();
-        DeviceArray<unsigned char> in(values), out(n * pair.target.size());
-        pair.dense(n, out.data(), in.data());
-        EXPECT_EQ(cudaSuccess, cudaGetLastError());
-        expectSameParts(pair.target, expectedCast(pair, values), out.values(), pair);
-        EXPECT_EQ(values, in.values());
+        expectDense(pair, testing::telltaleElements(pair.source));
         if (HasFatalFailure()) return;
+    }
+}
+
+/// The elements of which no part is above a bound, either sign; NaNs are kept.
+Bytes elementsUpTo(double bound, ElementType type, Bytes const& elements) {
+    Bytes kept;
+    for (std::size_t at = 0; at < elements.size(); at += type.size()) {
+        bool isKept = true;
+        for (std::size_t p = 0; p < type.numParts; ++p) {
+            Exact const value = testing::exactValue(type.part(), &elements[at + p * type.partSize]);
+            isKept &= value.kind == Exact::notANumber ||
+                      (value.kind == Exact::finite &&
+                       std::ldexp(static_cast<double>(value.magnitude), value.exponent) <= bound);
+        }
+        if (isKept) kept.insert(kept.end(), &elements[at], &elements[at] + type.size());
+    }
+    return kept;
+}
+
+// Where all numbers are small there are quicker ways to integers, to narrow ones and to wide.
+TEST(Casts, AgreeWithExactArithmeticWhereNoNumberIsLarge) {
+    for (Pair const& pair : allPairs()) {
+        if (!pair.source.isFloating || pair.target.isFloating) continue;
+        for (double const bound : {0x1p30, 0x1p31, 0x1p50, 0x1p53}) {
+            Bytes const values = elementsUpTo(bound, pair.source, testing::telltaleElements(pair.source));
+            ASSERT_GE(values.size(), 300 * pair.source.size());
+            expectDense(pair, values);
+            if (HasFatalFailure()) return;
+        }
     }
 }
 
