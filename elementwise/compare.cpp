@@ -11,7 +11,7 @@ namespace {
 
 /// Of integers of one type only the bits are compared; logicals are the numbers of their bytes.
 template <class T>
-auto const* pattern(T const* values) {
+GPU_DEVICE auto const* pattern(T const* values) {
     if constexpr (std::is_same_v<T, bool>) {
         return reinterpret_cast<unsigned char const*>(values);
     } else if constexpr (std::is_integral_v<T>) {
