@@ -5,6 +5,8 @@
 #include <gpuruntime/casts.hpp>
 
 #include <algorithm>
+#include <string>
+#include <type_traits>
 
 #include "bench/pairs.hpp"
 #include "bench/support.hpp"
@@ -27,8 +29,8 @@ void measureCast(benchmark::State& state, Call call) {
 }
 
 template <class Family, class Target, class Source>
-void addPair() {
-    add(bench::nameOf<Target, Source>("Cast"), [](benchmark::State& state) {
+void addPair(std::string const& name) {
+    add(bench::nameOf<Target, Source>(name), [](benchmark::State& state) {
         measureCast<Target, Source>(state, [](unsigned long n, Target* out, Source const* in) {
             static_cast<void>(typename Family::template Invoker<Target, Source>()(nullptr, n, out, in));
         });
@@ -53,12 +55,22 @@ void addBlocks(unsigned long length) {
 int const registered = [] {
     add("Copy", bench::copy);
     bench::forEachType(internal::RealNumeric{}, [](auto target) {
-        bench::forEachType(internal::Real{},
-                           [](auto source) { addPair<CastToReal, decltype(target), decltype(source)>(); });
+        bench::forEachType(internal::Real{}, [](auto source) {
+            addPair<CastToReal, decltype(target), decltype(source)>("Cast");
+        });
     });
     bench::forEachType(internal::Complex{}, [](auto target) {
-        bench::forEachType(internal::All{},
-                           [](auto source) { addPair<CastToComplex, decltype(target), decltype(source)>(); });
+        bench::forEachType(internal::All{}, [](auto source) {
+            addPair<CastToComplex, decltype(target), decltype(source)>("Cast");
+        });
+    });
+    // Once more, to be compared with what rounds, saturates and knows NaN as these do.
+    bench::forEachType(internal::RealNumeric{}, [](auto target) {
+        using Target = decltype(target);
+        if constexpr (std::is_integral_v<Target>) {
+            addPair<CastToReal, Target, float>("SameRule");
+            addPair<CastToReal, Target, double>("SameRule");
+        }
     });
     for (unsigned long length : {1ul, 10ul, 1000ul}) {
         addBlocks<double, double>(length);

@@ -5,7 +5,7 @@ find_package(hwy REQUIRED)
 
 include(cmake/host_runtime.cmake)
 
-set(kvgpuruntime_backend_sources ${host_runtime_sources} backend/host/blocks.cpp backend/host/sort.cpp)
+set(kvgpuruntime_backend_sources ${host_runtime_sources} backend/host/blocks.cpp backend/host/copies.cpp backend/host/sort.cpp)
 
 add_library(kvgpuruntime_device INTERFACE)
 target_include_directories(kvgpuruntime_device INTERFACE

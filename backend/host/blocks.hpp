@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "copies.hpp"
 #include "vector_types.h"
 
 /// How the blocks of a grid run on this device: one after another on a thread of the machine.
@@ -91,6 +92,7 @@ struct BlocksInTurn {
             kernelFunction(parameters...);
             walk.next();
         }
+        finishCopies();
         // Makes streamed stores visible with whatever tells that the blocks have run.
         _mm_sfence();
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "copies.hpp"
 #include "device.hpp"
 #include "store.hpp"
 
@@ -55,15 +56,19 @@ class Row {
     unsigned int begin_, end_;
 };
 
-/// Fewer bytes have hardly a line that is whole.
-inline constexpr unsigned long shortestStream = 2 * lineSize;
+/// Whether memory of this size has whole lines, and few that it shares with what lies before and behind:
+/// those come slowly past the caches, part by part.
+GPU_DEVICE bool hasMostlyWholeLines(void const* to, unsigned long size) {
+    bool const isAligned = reinterpret_cast<unsigned long>(to) % lineSize == 0;
+    return size >= (isAligned ? 2 : 16) * lineSize;
+}
 
 /// Copies memory that does not overlap; past the caches in whole lines of what is written.
 inline __attribute__((noinline)) void copyMemory(void* to, void const* from, unsigned long size,
                                                  bool streamed) {
     auto* out = static_cast<unsigned char*>(to);
     auto const* in = static_cast<unsigned char const*>(from);
-    if (streamed && size >= shortestStream) {
+    if (streamed && hasMostlyWholeLines(to, size)) {
         unsigned long const head = -reinterpret_cast<unsigned long>(out) % lineSize;
         std::memcpy(out, in, head);
         unsigned long i = head;
@@ -80,16 +85,16 @@ inline __attribute__((noinline)) void copyMemory(void* to, void const* from, uns
     std::memcpy(out, in, size);
 }
 
-/// Copies `in[x]` to `out[x]` for the positions of the row.
+/// Copies `in[x]` to `out[x]` for the positions of the row, in kernels that only copy.
 template <class T>
 GPU_DEVICE void copyRow(Row row, T* out, T const* in, bool streamed) {
-    copyMemory(out + row.begin(), in + row.begin(), row.size() * sizeof(T), streamed);
+    copyLater(out + row.begin(), in + row.begin(), row.size() * sizeof(T), streamed);
 }
 
 /// Stores `value(t, x)` at `out[x]` for the threads `t` of the row with their positions `x`.
 template <class T, class Value>
 GPU_DEVICE void storeRow(Row row, T* out, bool streamed, Value value) {
-    if (!streamed || row.size() * sizeof(T) < shortestStream) {
+    if (!streamed || !hasMostlyWholeLines(out + row.begin(), row.size() * sizeof(T))) {
         row.forEachThread([&](unsigned int t, unsigned long x) { out[x] = value(t, x); });
         return;
     }

@@ -232,6 +232,28 @@ TEST(Subscripts, OfManyExtents) {
     }
 }
 
+// Rows that follow each other in both arrays, wholly or up to the end of a page.
+TEST(Subscripts, OfWholeRowsAndPages) {
+    for (SelectionOperators const& operators : testing::selectionOperatorsOfEachCarrier()) {
+        for (std::vector<unsigned long> const& counts :
+             {std::vector<unsigned long>{3, 40, 5}, std::vector<unsigned long>{256, 3, 2},
+              std::vector<unsigned long>{300, 9, 4}}) {
+            for (unsigned long const columnsLeft : {0, 1}) {
+                Selection selection{operators.kinds, counts, {}};
+                selection.dims[1] += columnsLeft;
+                for (unsigned long d = 0; d < operators.kinds.size(); ++d) {
+                    std::vector<double> all(counts[d]);
+                    std::iota(all.begin(), all.end(), 1.0);
+                    selection.slots.push_back({all, {1, 1}, counts[d]});
+                }
+                expectRead(operators, selection);
+                expectWritten(operators, selection);
+                if (::testing::Test::HasFatalFailure()) return;
+            }
+        }
+    }
+}
+
 // A selection of one slot is a vector's: beside each other in memory, and with gaps.
 TEST(Subscripts, OfLongVectors) {
     for (SelectionOperators const& operators : testing::selectionOperatorsOfEachCarrier()) {
