@@ -23,22 +23,27 @@ struct BlockPosition {
 extern __thread BlockPosition currentBlock __attribute__((tls_model("initial-exec")));
 
 /// The order of a grid's blocks: in groups of neighbours, because neighbours often share cache lines and
-/// pages; x fastest within a group and among the groups.
+/// pages; x fastest within a group and among the groups. Blocks of one row of threads share them along x
+/// alone: their groups are as wide as the grid.
 class BlockWalk {
   public:
     static constexpr unsigned int groupHeight = 16;
 
     /// Neighbours in x. Where an extent is a multiple of 64 blocks, the rows of blocks are likely to lie a
     /// power of two apart in memory; few of them fit into the cache at once, so the groups are narrow.
-    static unsigned int groupWidth(dim3 grid) { return grid.x % 64 == 0 || grid.y % 64 == 0 ? 2 : 8; }
+    static unsigned int groupWidth(dim3 grid, dim3 block) {
+        if (block.y == 1) return grid.x;
+        return grid.x % 64 == 0 || grid.y % 64 == 0 ? 2 : 8;
+    }
 
-    BlockWalk(dim3 grid, std::uint64_t start) : grid_(grid), groupWidth_(groupWidth(grid)) {
+    BlockWalk(dim3 grid, dim3 block, std::uint64_t start)
+        : grid_(grid), groupWidth_(groupWidth(grid, block)) {
         std::uint64_t const plane = std::uint64_t{grid.x} * grid.y;
         std::uint64_t rest = start % plane;
         enterRow(static_cast<unsigned int>(rest / (std::uint64_t{grid.x} * groupHeight)) * groupHeight);
         rest -= std::uint64_t{grid.x} * top_;
         unsigned int const height = bottom_ - top_;
-        enterGroup(static_cast<unsigned int>(rest / (groupWidth_ * height)) * groupWidth_);
+        enterGroup(static_cast<unsigned int>(rest / (std::uint64_t{groupWidth_} * height)) * groupWidth_);
         auto const place = static_cast<unsigned int>(rest - std::uint64_t{left_} * height);
         index_ = {left_ + place % (right_ - left_), top_ + place / (right_ - left_),
                   static_cast<unsigned int>(start / plane)};
@@ -86,7 +91,7 @@ struct BlocksInTurn {
     static void run(dim3 grid, dim3 block, std::uint64_t first, std::uint64_t last,
                     Parameters... parameters) {
         currentBlock = {{}, block, grid};
-        BlockWalk walk(grid, first);
+        BlockWalk walk(grid, block, first);
         for (std::uint64_t i = first; i < last; ++i) {
             currentBlock.index = walk.index();
             kernelFunction(parameters...);

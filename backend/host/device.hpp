@@ -47,7 +47,7 @@ GPU_DEVICE void blockBarrier() {}
 
 /// Neighbouring blocks of a grid that run close to each other in time: memory that a block fetches ahead for
 /// this many in a direction is likely to be there when they run.
-GPU_DEVICE unsigned int closeBlocksX() { return BlockWalk::groupWidth(currentBlock.grid); }
+GPU_DEVICE unsigned int closeBlocksX() { return BlockWalk::groupWidth(currentBlock.grid, currentBlock.size); }
 GPU_DEVICE unsigned int closeBlocksY() { return BlockWalk::groupHeight; }
 
 /// Fetches `count` elements from `from` on, which need not exist, ahead of their use. Scattered accesses
