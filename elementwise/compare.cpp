@@ -47,40 +47,76 @@ constexpr auto comparedAs() {
 template <class A, class B>
 using ComparedAs = decltype(comparedAs<A, B>());
 
-template <class T>
-GPU_STEP void equalEach(unsigned int size, bool* to, T const* a, T const* b, bool nanEqual) {
-    if (std::is_floating_point_v<T> && nanEqual) {
-        backend::forEachOf(
-            size, [&](unsigned int k) { to[k] = (a[k] == b[k]) | ((a[k] != a[k]) & (b[k] != b[k])); });
+/// Whether two numbers are equal, which are of one type, or integers of one size and not of one sign.
+template <bool nanEqual, class C, class D>
+GPU_DEVICE bool areEqual(C a, D b) {
+    if constexpr (std::is_signed_v<C> && !std::is_signed_v<D>) {
+        return (static_cast<D>(a) == b) & (a >= 0);
+    } else if constexpr (!std::is_signed_v<C> && std::is_signed_v<D>) {
+        return areEqual<nanEqual>(b, a);
+    } else if constexpr (std::is_floating_point_v<C> && nanEqual) {
+        return (a == b) | ((a != a) & (b != b));
     } else {
-        backend::forEachOf(size, [&](unsigned int k) { to[k] = a[k] == b[k]; });
+        return a == b;
     }
 }
 
-/// Of integers of one size, the first of which are signed.
-template <class S, class U>
-GPU_STEP void equalEachOfOneSign(unsigned int size, bool* to, S const* a, U const* b) {
-    backend::forEachOf(size, [&](unsigned int k) { to[k] = (static_cast<U>(a[k]) == b[k]) & (a[k] >= 0); });
+template <bool nanEqual, class C, class D>
+GPU_DEVICE void equalRun(unsigned int size, bool* to, C const* a, D const* b) {
+    backend::forEachOf(size, [&](unsigned int k) { to[k] = areEqual<nanEqual>(a[k], b[k]); });
+}
+
+template <class C, class D>
+GPU_STEP void equalEach(unsigned int size, bool* to, C const* a, D const* b, bool nanEqual) {
+    if (std::is_floating_point_v<C> && nanEqual) {
+        equalRun<true>(size, to, a, b);
+    } else {
+        equalRun<false>(size, to, a, b);
+    }
+}
+
+template <bool nanEqual, class C, class D>
+GPU_DEVICE void equalRealRun(unsigned int size, bool* to, C const* re, D const* parts) {
+    backend::forEachOf(size, [&](unsigned int k) {
+        unsigned long const first = 2ul * k;  // of a product of 32 bits the compiler must fear that it wraps
+        to[k] = areEqual<nanEqual>(re[k], parts[first]) & (parts[first + 1] == 0);
+    });
+}
+
+/// Of real numbers and the parts of complex ones.
+template <class C, class D>
+GPU_STEP void equalRealEach(unsigned int size, bool* to, C const* re, D const* parts, bool nanEqual) {
+    if (std::is_floating_point_v<C> && nanEqual) {
+        equalRealRun<true>(size, to, re, parts);
+    } else {
+        equalRealRun<false>(size, to, re, parts);
+    }
 }
 
 GPU_STEP void negateEach(unsigned int size, bool* to) {
     backend::forEachOf(size, [&](unsigned int k) { to[k] = !to[k]; });
 }
 
-template <class A, class B>
-GPU_DEVICE void compareParts(unsigned int size, bool* to, A const* a, B const* b, bool nanEqual) {
+/// Calls `use(a, b)` with numbers of `A` and of `B` as they are compared with each other, so many of each.
+template <class A, class B, class Use>
+GPU_DEVICE void withCompared(unsigned int sizeA, A const* a, unsigned int sizeB, B const* b, Use use) {
     using C = ComparedAs<A, B>;
     using D = ComparedAs<B, A>;
-    internal::withCast<C>(size, a, [&](C const* valueA) {
-        internal::withCast<D>(size, b, [&](D const* valueB) {
+    internal::withCast<C>(sizeA, a, [&](C const* valueA) {
+        internal::withCast<D>(sizeB, b, [&](D const* valueB) {
             if constexpr (std::is_signed_v<C> == std::is_signed_v<D>) {
-                equalEach(size, to, pattern(valueA), pattern(valueB), nanEqual);
-            } else if constexpr (std::is_signed_v<C>) {
-                equalEachOfOneSign(size, to, valueA, valueB);
+                use(pattern(valueA), pattern(valueB));
             } else {
-                equalEachOfOneSign(size, to, valueB, valueA);
+                use(valueA, valueB);
             }
         });
+    });
+}
+
+template <class A, class B>
+GPU_DEVICE void compareParts(unsigned int size, bool* to, A const* a, B const* b, bool nanEqual) {
+    withCompared(size, a, size, b, [&](auto const* valueA, auto const* valueB) {
+        equalEach(size, to, valueA, valueB, nanEqual);
     });
 }
 
@@ -97,12 +133,9 @@ GPU_DEVICE void compareElements(unsigned int size, bool* to, A const* a, B const
         compareParts(2 * size, flags, internal::parts(a), internal::parts(b), nanEqual);
         internal::joinByAnd(size, to, flags);
     } else if constexpr (internal::isComplex<B>) {
-        using C = ComparedAs<A, internal::Part<B>>;
-        alignas(internal::FlagPair) bool flags[2 * backend::Run::capacity];
-        alignas(2 * sizeof(C)) C complex[2 * backend::Run::capacity];
-        internal::withCast<C>(size, a, [&](C const* re) { internal::complexify(size, complex, re); });
-        compareParts(2 * size, flags, complex, internal::parts(b), nanEqual);
-        internal::joinByAnd(size, to, flags);
+        withCompared(size, a, 2 * size, internal::parts(b), [&](auto const* re, auto const* parts) {
+            equalRealEach(size, to, re, parts, nanEqual);
+        });
     } else {
         compareParts(size, to, a, b, nanEqual);
     }
