@@ -90,10 +90,10 @@ GPU_DEVICE bool areStoredAsInt(double a, double b) {
 template <class T>
 inline constexpr T belowHalf = T(0.5) - std::numeric_limits<T>::epsilon() / 4;
 
-/// The number that truncation makes a value rounded to nearest; 0 for NaN.
+/// The number that truncation makes a value rounded to nearest.
 template <class T>
 GPU_DEVICE T raised(T value) {
-    return numberOrZero(value + backend::copySign(belowHalf<T>, value));
+    return value + backend::copySign(belowHalf<T>, value);
 }
 
 /// A value as one of another type. Floating values become integers rounded to nearest, halves away from zero,
@@ -107,27 +107,31 @@ GPU_DEVICE To cast(From value) {
     } else if constexpr (std::is_floating_point_v<To>) {
         return backend::fromInteger<To>(value);
     } else if constexpr (std::is_floating_point_v<From>) {
-        return saturated<To>(truncatedFor<To>(raised(value)));
+        return saturated<To>(truncatedFor<To>(numberOrZero(raised(value))));
     } else {
         return saturated<To>(value);
     }
 }
 
-/// By way of which integers become a `To`, if nothing exceeds them.
-template <class To>
-using IntegerBefore = std::conditional_t<sizeof(To) == sizeof(long), long, int>;
-
-/// Whether `castInside` takes a value: it is NaN, or far within the range of the integers by which it goes.
+/// Whether `castInside` takes a value: it is far within the range of the 64-bit integers by way of which wide
+/// ones come, or NaN, or within that of `int` for all others.
 template <class To, class From>
 GPU_DEVICE bool isInside(From value) {
-    constexpr From limit = sizeof(To) == sizeof(long) ? 0x1p50 : 0x1p30;
-    return !(backend::abs(value) > limit);
+    if constexpr (sizeof(To) == sizeof(long)) {
+        return !(backend::abs(value) > From(0x1p50));
+    } else {
+        return backend::abs(value) <= From(0x1p30);
+    }
 }
 
 /// As `cast` of floating values to integers, for such as are often quicker to convert.
 template <class To, class From>
 GPU_DEVICE To castInside(From value) {
-    return saturated<To>(backend::toIntegerInside<IntegerBefore<To>>(raised(value)));
+    if constexpr (sizeof(To) == sizeof(long)) {
+        return saturated<To>(backend::toIntegerInside<long>(numberOrZero(raised(value))));
+    } else {
+        return saturated<To>(backend::toIntegerInside<int>(raised(value)));
+    }
 }
 
 }  // namespace gpuruntime::internal
