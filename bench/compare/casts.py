@@ -13,6 +13,7 @@ for target, to in TYPES.items():
         values, out = large(of, to)
         report(f"Cast<{target}, {source}>", lambda: np.copyto(out, values, casting="unsafe"), runs=RUNS)
 
+
 def bounds(to, of):
     """The range of integers, as far as floating numbers reach into it."""
     lowest, highest = of(np.iinfo(to).min), of(np.iinfo(to).max)
