@@ -16,6 +16,7 @@
 #include "cuda_runtime_api.h"
 #include "device_memory.hpp"
 #include "kernel.hpp"
+#include "parallel.hpp"
 
 namespace gpuruntime::hostdevice {
 namespace detail {
@@ -107,6 +108,29 @@ cudaError release(void* pointer) {
     return cudaSuccess;
 }
 
+/// Calls `f(first, last)` for parts of `count` bytes, on several threads where that pays.
+template <class F>
+void forEachPart(std::size_t count, F const& f) {
+    constexpr std::size_t worthSharing = 1ul << 21, part = 1ul << 18;
+    if (count < worthSharing) {
+        f(std::size_t{0}, count);
+    } else {
+        gpuruntime::backend::inParallel(count, part, f);
+    }
+}
+
+void copyBytes(void* destination, void const* source, std::size_t count) {
+    auto* const to = static_cast<unsigned char*>(destination);
+    auto const* const from = static_cast<unsigned char const*>(source);
+    if (addressOf(to) < addressOf(from) + count && addressOf(from) < addressOf(to) + count) {
+        std::memmove(to, from, count);
+        return;
+    }
+    forEachPart(count, [=](std::size_t first, std::size_t last) {
+        std::memcpy(to + first, from + first, last - first);
+    });
+}
+
 cudaError copy(void* destination, void const* source, std::size_t count, cudaMemcpyKind kind,
                cudaStream_t stream) {
     if (!isStream(stream)) {
@@ -121,7 +145,7 @@ cudaError copy(void* destination, void const* source, std::size_t count, cudaMem
     if (destination == nullptr || source == nullptr || !Allocations::hold({destination, source}, count)) {
         return cudaErrorInvalidValue;
     }
-    std::memmove(destination, source, count);
+    copyBytes(destination, source, count);
     return cudaSuccess;
 }
 
@@ -135,7 +159,9 @@ cudaError fill(void* pointer, int value, std::size_t count, cudaStream_t stream)
     if (pointer == nullptr || !Allocations::hold({pointer}, count)) {
         return cudaErrorInvalidValue;
     }
-    std::memset(pointer, value, count);
+    forEachPart(count, [=](std::size_t first, std::size_t last) {
+        std::memset(static_cast<unsigned char*>(pointer) + first, value, last - first);
+    });
     return cudaSuccess;
 }
 

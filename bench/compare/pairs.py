@@ -13,6 +13,6 @@ LARGE_BYTES = 64 << 20
 
 
 def large(*types):
-    """Zeros of each type, as many as fill the large array of the largest."""
+    """Zeros of each type, as many as fill the large array of the largest, in memory that has been touched."""
     n = LARGE_BYTES // max(np.dtype(t).itemsize for t in types)
-    return [np.zeros(n, t) for t in types]
+    return [np.full(n, 0, t) for t in types]
