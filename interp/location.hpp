@@ -1,0 +1,69 @@
+#pragma once
+
+#include <gpuruntime/interp_type.hpp>
+
+#include "conversion.hpp"
+#include "device.hpp"
+#include "math.hpp"
+
+/// Where a query lies in a grid.
+namespace gpuruntime::interp {
+
+/// A full grid of `n` points in ascending order, at least two.
+template <class G>
+struct FullGrid {
+    G const* points;
+    unsigned int n;
+    G first, reciprocal;  ///< the first point, and one over the distance to the next
+
+    GPU_DEVICE FullGrid(G const* points, unsigned int n)
+        : points(points), n(n), first(points[0]), reciprocal(1 / (points[1] - points[0])) {}
+
+    /// Whether the interval, if there is one of that number, has the query. A point that is NaN counts as
+    /// above it.
+    GPU_DEVICE bool hasIn(unsigned int bin, G q) const {
+        return bin <= n - 2 && points[bin] <= q && !(points[bin + 1] <= q);
+    }
+};
+
+/// The bin of `q`, which is looked for in bin `hint` first, then where it would be if all points were as far
+/// apart as the first two, then by halves.
+template <class G>
+GPU_DEVICE long locateInGrid(FullGrid<G> const& grid, G q, long hint) {
+    if (backend::isNaN(q)) return BIN_NAN_QUERY;
+    if (hint >= 0 && grid.hasIn(static_cast<unsigned int>(hint), q)) return hint;
+    unsigned int const last = grid.n - 2;
+    G const* const points = grid.points;
+    if (grid.first > q) return BIN_BELOW_GRID;
+    if (points[last + 1] < q) return BIN_ABOVE_GRID;
+    G const steps = (q - grid.first) * grid.reciprocal;
+    auto const guess = static_cast<unsigned int>(backend::isNaN(steps) ? 0 : backend::toInt32(steps));
+    if (grid.hasIn(guess, q)) return guess;
+    if (points[1] > q) return 0;
+    if (!(points[last] > q)) return last;
+    unsigned int lower = 1, upper = last;
+    auto middle = hint >= 1 && hint <= last ? static_cast<unsigned int>(hint) : last >> 1;
+    for (;;) {
+        if (!(points[middle] <= q)) {
+            upper = middle;
+        } else if (!(points[middle + 1] <= q)) {
+            return middle;
+        } else {
+            lower = middle + 1;
+        }
+        middle = (lower + upper) >> 1;
+    }
+}
+
+/// The bin of `q` on the grid 1, 2, ... n. Without branches, so that loops vectorise.
+template <class G>
+GPU_DEVICE long locateInColonGrid(unsigned int n, G q) {
+    G const end = backend::fromInteger<G>(n);
+    long const bin = backend::toInt32(backend::isNaN(q) ? G(0) : backend::floor(q) - 1);
+    long const inside = q == end ? n - 2l : bin;
+    long const belowOrInside = q < 1 ? BIN_BELOW_GRID : inside;
+    long const ofNumber = end < q ? BIN_ABOVE_GRID : belowOrInside;
+    return backend::isNaN(q) ? BIN_NAN_QUERY : ofNumber;
+}
+
+}  // namespace gpuruntime::interp
