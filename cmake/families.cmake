@@ -41,6 +41,7 @@ endmacro()
 
 # kvgpu_check_families(): to be called after the last group; fails where a group was asked for that there is not.
 macro(kvgpu_check_families)
+    list(REMOVE_DUPLICATES public_headers)  # groups may share one
     foreach(group IN LISTS KVGPU_FAMILIES)
         if(NOT group STREQUAL all AND NOT group IN_LIST known_families)
             message(FATAL_ERROR "KVGPU_FAMILIES: there is no group \"${group}\"; there are: ${known_families}")

@@ -21,7 +21,7 @@ struct FindQueryInSingleDim {
                                  T const* query, unsigned int gridSize, unsigned int numQueries) {
         GPU_SHARED T queryInShm[passSize];
         GPU_SHARED long binIdxInShm[passSize];
-        FullGrid<T> const grid(gridPoints, gridSize);
+        GridSearch<T> const search({gridPoints, gridSize});
         for (unsigned int pass = 0; pass < passesPerBlock; ++pass) {
             unsigned int const first = (at.blockIndex * passesPerBlock + pass) * passSize;
             unsigned int const size = tileSize(first, numQueries, passSize);
@@ -29,7 +29,7 @@ struct FindQueryInSingleDim {
             forEachRunOfSlots(at.threads, size, runLength, [&](unsigned int begin, unsigned int end) {
                 long hint = 0;
                 for (unsigned int slot = begin; slot < end; ++slot) {
-                    hint = locateInGrid(grid, queryInShm[slot], hint);
+                    hint = search.locateInGrid(queryInShm[slot], hint);
                     binIdxInShm[slot] = hint;
                 }
             });

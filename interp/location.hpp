@@ -4,56 +4,57 @@
 
 #include "conversion.hpp"
 #include "device.hpp"
+#include "interp/grid.hpp"
 #include "math.hpp"
 
 /// Where a query lies in a grid.
 namespace gpuruntime::interp {
 
-/// A full grid of `n` points in ascending order, at least two.
+/// Finds queries on a full grid.
 template <class G>
-struct FullGrid {
-    G const* points;
-    unsigned int n;
-    G first, reciprocal;  ///< the first point, and one over the distance to the next
+class GridSearch {
+  public:
+    GPU_DEVICE explicit GridSearch(FullGrid<G> const& grid)
+        : points(grid.points), n(grid.n), reciprocal(1 / (points[1] - points[0])) {}
 
-    GPU_DEVICE FullGrid(G const* points, unsigned int n)
-        : points(points), n(n), first(points[0]), reciprocal(1 / (points[1] - points[0])) {}
+    /// The bin of `q`, which is looked for in bin `hint` first, then where it would be if all points were as
+    /// far apart as the first two, then by halves.
+    GPU_DEVICE long locateInGrid(G q, long hint) const {
+        if (backend::isNaN(q)) return BIN_NAN_QUERY;
+        if (hint >= 0 && isIn(static_cast<unsigned int>(hint), q)) return hint;
+        unsigned int const last = n - 2;
+        if (points[0] > q) return BIN_BELOW_GRID;
+        if (points[n - 1] < q) return BIN_ABOVE_GRID;
+        G const steps = (q - points[0]) * reciprocal;
+        auto const guess = static_cast<unsigned int>(backend::isNaN(steps) ? 0 : backend::toInt32(steps));
+        if (isIn(guess, q)) return guess;
+        if (points[1] > q) return 0;
+        if (!(points[last] > q)) return last;
+        unsigned int lower = 1, upper = last;
+        auto middle = hint >= 1 && hint <= last ? static_cast<unsigned int>(hint) : last >> 1;
+        for (;;) {
+            if (!(points[middle] <= q)) {
+                upper = middle;
+            } else if (!(points[middle + 1] <= q)) {
+                return middle;
+            } else {
+                lower = middle + 1;
+            }
+            middle = (lower + upper) >> 1;
+        }
+    }
 
+  private:
     /// Whether the interval, if there is one of that number, has the query. A point that is NaN counts as
     /// above it.
-    GPU_DEVICE bool hasIn(unsigned int bin, G q) const {
+    GPU_DEVICE bool isIn(unsigned int bin, G q) const {
         return bin <= n - 2 && points[bin] <= q && !(points[bin + 1] <= q);
     }
-};
 
-/// The bin of `q`, which is looked for in bin `hint` first, then where it would be if all points were as far
-/// apart as the first two, then by halves.
-template <class G>
-GPU_DEVICE long locateInGrid(FullGrid<G> const& grid, G q, long hint) {
-    if (backend::isNaN(q)) return BIN_NAN_QUERY;
-    if (hint >= 0 && grid.hasIn(static_cast<unsigned int>(hint), q)) return hint;
-    unsigned int const last = grid.n - 2;
-    G const* const points = grid.points;
-    if (grid.first > q) return BIN_BELOW_GRID;
-    if (points[last + 1] < q) return BIN_ABOVE_GRID;
-    G const steps = (q - grid.first) * grid.reciprocal;
-    auto const guess = static_cast<unsigned int>(backend::isNaN(steps) ? 0 : backend::toInt32(steps));
-    if (grid.hasIn(guess, q)) return guess;
-    if (points[1] > q) return 0;
-    if (!(points[last] > q)) return last;
-    unsigned int lower = 1, upper = last;
-    auto middle = hint >= 1 && hint <= last ? static_cast<unsigned int>(hint) : last >> 1;
-    for (;;) {
-        if (!(points[middle] <= q)) {
-            upper = middle;
-        } else if (!(points[middle + 1] <= q)) {
-            return middle;
-        } else {
-            lower = middle + 1;
-        }
-        middle = (lower + upper) >> 1;
-    }
-}
+    G const* points;
+    unsigned int n;
+    G reciprocal;  ///< one over the distance of the first two points
+};
 
 /// The bin of `q` on the grid 1, 2, ... n. Without branches, so that loops vectorise.
 template <class G>

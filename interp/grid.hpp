@@ -1,0 +1,54 @@
+#pragma once
+
+#include "conversion.hpp"
+#include "device.hpp"
+
+/// The two kinds of grids: where a query is between two points.
+namespace gpuruntime::interp {
+
+/// `n` points in ascending order, at least two, in device memory.
+template <class G>
+struct FullGrid {
+    using Position = G;
+
+    G const* points;
+    unsigned int n;
+
+    /// How far the query is from point `lower` to the next: from 0 to 1, if it is between them.
+    GPU_DEVICE Position positionOf(G q, unsigned int lower) const {
+        G const low = points[lower];
+        return (q - low) * (1 / (points[lower + 1] - low));
+    }
+
+    /// The same, if all points are as far apart as the first two.
+    GPU_DEVICE G evenPositionOf(G q, unsigned int lower) const {
+        return (q - points[lower]) / (points[1] - points[0]);
+    }
+
+    GPU_DEVICE bool isNearerToUpper(G q, unsigned int lower) const {
+        return points[lower + 1] - q <= q - points[lower];
+    }
+};
+
+/// The points 1, 2, ... n. Positions are differences in `double`, also of `float` queries.
+template <class G>
+struct ColonGrid {
+    using Position = double;
+
+    unsigned int n;
+
+    GPU_DEVICE static double pointAt(unsigned int i) { return backend::fromUint32(i) + 1; }
+
+    GPU_DEVICE Position positionOf(G q, unsigned int lower) const {
+        return static_cast<double>(q) - pointAt(lower);
+    }
+
+    GPU_DEVICE G evenPositionOf(G q, unsigned int lower) const { return q - static_cast<G>(pointAt(lower)); }
+
+    GPU_DEVICE bool isNearerToUpper(G q, unsigned int lower) const {
+        G const low = static_cast<G>(pointAt(lower)), high = static_cast<G>(pointAt(lower) + 1);
+        return high - q <= q - low;
+    }
+};
+
+}  // namespace gpuruntime::interp

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <gpuruntime/interp_type.hpp>
+
+#include "device.hpp"
+#include "frame/complex.hpp"
+#include "interp/grid.hpp"
+#include "math.hpp"
+
+/// Interpolation along one dimension. Where a query lies is found once, and any two neighbouring values are
+/// blended by it, be they those of a vector or what lower dimensions gave.
+namespace gpuruntime::interp {
+
+/// Calls `f` with the parts of values, and puts the parts of the result together.
+template <class V, class F>
+GPU_DEVICE V eachPart(V a, V b, F f) {
+    if constexpr (internal::isComplex<V>) {
+        return {f(a.x, b.x), f(a.y, b.y)};
+    } else {
+        return f(a, b);
+    }
+}
+
+/// What the result is where no values are blended.
+template <class V>
+struct Constants {
+    V extrapValue;
+
+    GPU_DEVICE static V zero() { return V{}; }
+
+    /// The NaN with the sign bit set and no other bit that is not needed.
+    GPU_DEVICE static V nan() {
+        using P = internal::Part<V>;
+        P const nan = static_cast<P>(backend::withBits(0xFFF8000000000000));
+        if constexpr (internal::isComplex<V>) {
+            return {nan, nan};
+        } else {
+            return nan;
+        }
+    }
+};
+
+/// Where a query lies along a dimension, for a method and an extrapolation.
+template <class T>
+struct Place {
+    enum Kind : unsigned int { between, atExtrapValue, atZero, atNaN };
+
+    Kind kind;
+    unsigned int lower;  ///< the first of the two values to be blended
+    T position;          ///< 0 is the lower value, 1 the upper one; beyond both where a line goes on
+};
+
+/// The place of `q`, which is in the bin; of the grid only what is needed is read.
+template <class Grid, class G>
+GPU_DEVICE Place<typename Grid::Position> placeOf(Grid const& grid, G q, long bin, InterpType method,
+                                                  InterpType extrap) {
+    using T = typename Grid::Position;
+    using P = Place<T>;
+    unsigned int const last = grid.n - 2;
+    bool const isInside = bin >= 0 && bin <= last, isAbove = bin == BIN_ABOVE_GRID;
+    if (bin == BIN_NAN_QUERY) return {P::atNaN, 0, 0};
+    if (!isInside && !isAbove && bin != BIN_BELOW_GRID) return {P::atZero, 0, 0};
+    unsigned int const lower = isInside ? static_cast<unsigned int>(bin) : isAbove ? last : 0;
+    switch (isInside ? method : extrap) {
+        case InterpType::Linear:
+            return {P::between, lower, grid.positionOf(q, lower)};
+        case InterpType::Nearest: {
+            bool const isUpper = isInside ? grid.isNearerToUpper(q, lower) : isAbove;
+            return {P::between, lower, T(isUpper ? 1 : 0)};
+        }
+        case InterpType::ExtrapValue:
+            return {isInside ? P::atZero : P::atExtrapValue, 0, 0};
+        default:
+            return {P::atZero, 0, 0};
+    }
+}
+
+/// The blend of two values. At a point it is that point's value, whatever the other is. What is rounded to
+/// `float` on the way goes by the type of the position.
+template <class V, class T>
+GPU_DEVICE V blendLinear(V low, V high, T t) {
+    if (t == 0) return low;
+    if (t == 1) return high;
+    return eachPart(low, high, [=](auto l, auto h) GPU_INLINE {
+        using P = decltype(l);
+        P const ofLow = static_cast<P>(static_cast<double>(l) * (1 - static_cast<double>(t)));
+        if constexpr (sizeof(P) < sizeof(T)) {
+            return ofLow + static_cast<P>(static_cast<double>(h) * t);
+        } else {
+            return backend::fma(h, static_cast<P>(t), ofLow);
+        }
+    });
+}
+
+/// The result at a place that blends nothing.
+template <class V, class T>
+GPU_DEVICE V constantOf(Place<T> const& place, Constants<V> const& constants) {
+    switch (place.kind) {
+        case Place<T>::atExtrapValue:
+            return constants.extrapValue;
+        case Place<T>::atNaN:
+            return constants.nan();
+        default:
+            return constants.zero();
+    }
+}
+
+/// The result along a line of values.
+template <class V, class T>
+GPU_DEVICE V interpStage1d(Place<T> const& place, V const* values, Constants<V> const& constants) {
+    if (place.kind != Place<T>::between) return constantOf(place, constants);
+    return blendLinear(values[place.lower], values[place.lower + 1], place.position);
+}
+
+}  // namespace gpuruntime::interp
