@@ -1,5 +1,7 @@
 #pragma once
 
+#include <type_traits>
+
 #include "conversion.hpp"
 #include "device.hpp"
 
@@ -50,5 +52,19 @@ struct ColonGrid {
         return high - q <= q - low;
     }
 };
+
+/// The grid of a dimension by kind.
+template <class G, bool F>
+using GridOf = std::conditional_t<F, FullGrid<G>, ColonGrid<G>>;
+
+/// A grid that has `points`, if it is a full one.
+template <class G, bool F>
+GPU_HOST_DEVICE GridOf<G, F> gridOf(G const* points, unsigned long n) {
+    if constexpr (F) {
+        return {points, static_cast<unsigned int>(n)};
+    } else {
+        return {static_cast<unsigned int>(n)};
+    }
+}
 
 }  // namespace gpuruntime::interp

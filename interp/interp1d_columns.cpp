@@ -1,5 +1,6 @@
 #include <gpuruntime/interpolation.hpp>
 
+#include "fault.hpp"
 #include "frame/fixed_block.hpp"
 #include "frame/instantiation.hpp"
 #include "interp/cubic.hpp"
@@ -13,13 +14,32 @@ namespace {
 constexpr unsigned int blockX = 64, blockY = 4;
 constexpr unsigned int columnsPerThread = 10;
 
+/// The grid of the columns, which may have been left out: to need it then is a device fault.
+template <class G>
+struct OptionalGrid {
+    using Position = typename FullGrid<G>::Position;
+
+    FullGrid<G> grid;
+    unsigned int n;
+
+    GPU_DEVICE Position positionOf(G q, unsigned int lower) const {
+        return backend::isReadable(grid.points) ? grid.positionOf(q, lower) : 0;
+    }
+    GPU_DEVICE G evenPositionOf(G q, unsigned int lower) const {
+        return backend::isReadable(grid.points) ? grid.evenPositionOf(q, lower) : 0;
+    }
+    GPU_DEVICE bool isNearerToUpper(G q, unsigned int lower) const {
+        return backend::isReadable(grid.points) && grid.isNearerToUpper(q, lower);
+    }
+};
+
 template <class V, class G, unsigned int M>
 struct Interp1DKernel_NdValue {
     static GPU_DEVICE void apply(cuda::Fixed2DBlockIterator const& at, V* out, G const* gridPoints,
                                  V const* values, G const* query, long const* bins, unsigned int numQueries,
                                  unsigned int gridSize, unsigned int numColumns, unsigned int steps,
                                  InterpType method, InterpType extrap, V extrapValue) {
-        FullGrid<G> const grid{gridPoints, gridSize};
+        OptionalGrid<G> const grid{{gridPoints, gridSize}, gridSize};
         Constants<V> const constants{extrapValue};
         unsigned int const firstQuery = at.blockX * blockX, firstColumn = at.blockY * blockY * steps;
         if (firstQuery >= numQueries || firstColumn >= numColumns) return;

@@ -14,8 +14,14 @@ namespace gpuruntime::interp {
 template <class G>
 class GridSearch {
   public:
-    GPU_DEVICE explicit GridSearch(FullGrid<G> const& grid)
-        : points(grid.points), n(grid.n), reciprocal(1 / (points[1] - points[0])) {}
+    GPU_DEVICE explicit GridSearch(FullGrid<G> const& grid) : GridSearch(grid, reciprocalOf(grid)) {}
+    GPU_DEVICE GridSearch(FullGrid<G> const& grid, G reciprocal)
+        : points(grid.points), n(grid.n), reciprocal(reciprocal) {}
+
+    /// One over the distance of the first two points.
+    GPU_DEVICE static G reciprocalOf(FullGrid<G> const& grid) {
+        return 1 / (grid.points[1] - grid.points[0]);
+    }
 
     /// The bin of `q`, which is looked for in bin `hint` first, then where it would be if all points were as
     /// far apart as the first two, then by halves.
@@ -53,7 +59,7 @@ class GridSearch {
 
     G const* points;
     unsigned int n;
-    G reciprocal;  ///< one over the distance of the first two points
+    G reciprocal;
 };
 
 /// The bin of `q` on the grid 1, 2, ... n. Without branches, so that loops vectorise.
@@ -65,6 +71,28 @@ GPU_DEVICE long locateInColonGrid(unsigned int n, G q) {
     long const belowOrInside = q < 1 ? BIN_BELOW_GRID : inside;
     long const ofNumber = end < q ? BIN_ABOVE_GRID : belowOrInside;
     return backend::isNaN(q) ? BIN_NAN_QUERY : ofNumber;
+}
+
+/// Finds queries on a colon grid.
+template <class G>
+class ColonGridSearch {
+  public:
+    GPU_DEVICE explicit ColonGridSearch(ColonGrid<G> const& grid) : n(grid.n) {}
+
+    GPU_DEVICE long locateInGrid(G q, long /*hint*/) const { return locateInColonGrid(n, q); }
+
+  private:
+    unsigned int n;
+};
+
+template <class G>
+GPU_DEVICE GridSearch<G> searchOf(FullGrid<G> const& grid) {
+    return GridSearch<G>(grid);
+}
+
+template <class G>
+GPU_DEVICE ColonGridSearch<G> searchOf(ColonGrid<G> const& grid) {
+    return ColonGridSearch<G>(grid);
 }
 
 }  // namespace gpuruntime::interp

@@ -112,4 +112,56 @@ GPU_DEVICE V interpStage1d(Place<T> const& place, V const* values, Constants<V> 
     return blendLinear(values[place.lower], values[place.lower + 1], place.position);
 }
 
+/// The result at a place between blocks of values, `stride` apart, of which `lowerDims(block)` gives the
+/// values: of both only where both count.
+template <class V, class T, class LowerDims>
+GPU_DEVICE V stageOver(Place<T> const& place, V const* values, unsigned int stride,
+                       Constants<V> const& constants, LowerDims lowerDims) {
+    if (place.kind != Place<T>::between) return constantOf(place, constants);
+    V const* const lower = values + place.lower * stride;
+    bool const isUpper = place.position == 1;
+    V const low = lowerDims(isUpper ? lower + stride : lower);
+    if (isUpper || place.position == 0) return low;
+    return blendLinear(low, lowerDims(lower + stride), place.position);
+}
+
+/// `sizes` are those of the grid, dimension 0 first.
+template <class V, class T>
+GPU_DEVICE V interpolate2d(Place<T> const* places, unsigned int const* sizes, V const* values,
+                           Constants<V> const& constants) {
+    return stageOver(places[1], values, sizes[0], constants,
+                     [&](V const* line) GPU_INLINE { return interpStage1d(places[0], line, constants); });
+}
+
+template <class V, class T>
+GPU_DEVICE V interpolate3d(Place<T> const* places, unsigned int const* sizes, V const* values,
+                           Constants<V> const& constants) {
+    return stageOver(places[2], values, sizes[0] * sizes[1], constants,
+                     [&](V const* slab) GPU_INLINE { return interpolate2d(places, sizes, slab, constants); });
+}
+
+// Above three dimensions each level is a call, which bounds the registers of a kernel.
+
+template <class V, class T>
+GPU_DEVICE_CALL V interpolate3d_noinline(Place<T> const* places, unsigned int const* sizes, V const* values,
+                                         Constants<V> const& constants) {
+    return interpolate3d(places, sizes, values, constants);
+}
+
+template <class V, class T>
+GPU_DEVICE_CALL V interpolate4d(Place<T> const* places, unsigned int const* sizes, V const* values,
+                                Constants<V> const& constants) {
+    unsigned int const stride = sizes[0] * sizes[1] * sizes[2];
+    return stageOver(places[3], values, stride, constants,
+                     [&](V const* block) { return interpolate3d_noinline(places, sizes, block, constants); });
+}
+
+template <class V, class T>
+GPU_DEVICE_CALL V interpolate5d(Place<T> const* places, unsigned int const* sizes, V const* values,
+                                Constants<V> const& constants) {
+    unsigned int const stride = sizes[0] * sizes[1] * sizes[2] * sizes[3];
+    return stageOver(places[4], values, stride, constants,
+                     [&](V const* block) { return interpolate4d(places, sizes, block, constants); });
+}
+
 }  // namespace gpuruntime::interp

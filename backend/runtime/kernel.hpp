@@ -92,6 +92,10 @@ inline constexpr Kernel kernelOf{kernelTag, detail::kernelName<kernelFunction>.d
 cudaError launch(Kernel const& kernel, dim3 grid, dim3 block, void** arguments, cudaStream_t stream,
                  std::uint64_t work);
 
+/// Called by a kernel that has met a device fault: its launch, which runs to its end, fails with
+/// `cudaErrorIllegalAddress`. Of launches that run side by side it may be another.
+void reportFault() noexcept;
+
 /// Makes a variable known as a device symbol while it lives. Units that declare device symbols hold one
 /// static object of this type for each; `name` must outlive it.
 class SymbolRegistration {

@@ -109,6 +109,9 @@ class Run {
     std::uint64_t numBlocks_;
 };
 
+/// Whether a kernel has met a fault that no launch has told of.
+std::atomic<bool> hasFault{false};
+
 cudaError checkAndRun(Kernel const* kernel, dim3 grid, dim3 block, void** arguments, std::size_t sharedMemory,
                       cudaStream_t stream, std::uint64_t work) {
     cudaError const status = runCall("cudaLaunchKernel", {stream, 0, nullptr, kernel}, [&] {
@@ -116,10 +119,12 @@ cudaError checkAndRun(Kernel const* kernel, dim3 grid, dim3 block, void** argume
             return cudaErrorInvalidDeviceFunction;
         }
         cudaError const checked = checkLaunch(*kernel, grid, block, arguments, sharedMemory, stream);
-        if (checked == cudaSuccess) {
-            Run(*kernel, grid, block, arguments).runAll(work);
+        if (checked != cudaSuccess) {
+            return checked;
         }
-        return checked;
+        Run(*kernel, grid, block, arguments).runAll(work);
+        bool const faulted = hasFault.load(std::memory_order_relaxed) && hasFault.exchange(false);
+        return faulted ? cudaErrorIllegalAddress : cudaSuccess;
     });
     if (observers.load(std::memory_order_relaxed) != 0) {
         recordLaunch(kernel, grid, block, stream, status);
@@ -151,6 +156,8 @@ cudaError describeKernel(cudaFuncAttributes* attributes, Kernel const* kernel) {
 
 }  // namespace
 }  // namespace detail
+
+void reportFault() noexcept { detail::hasFault.store(true, std::memory_order_relaxed); }
 
 cudaError launch(Kernel const& kernel, dim3 grid, dim3 block, void** arguments, cudaStream_t stream,
                  std::uint64_t work) {

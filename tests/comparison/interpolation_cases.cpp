@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 #include "comparison.hpp"
 
@@ -80,12 +81,66 @@ struct Vectors {
     }
 };
 
+/// Two to five dimensions, by the families of any number, which call those of two and three.
+template <class Family, class Types>
+struct Arrays {
+    using G = typename Types::First;
+    using V = typename Types::Second;
+
+    static void run(Case& call) {
+        constexpr bool isColon = std::is_same_v<Family, Interpnd_CompactQuery_ColonGrid> ||
+                                 std::is_same_v<Family, Interpnd_NonCompactQuery_ColonGrid>;
+        constexpr bool isCompact = std::is_same_v<Family, Interpnd_CompactQuery> ||
+                                   std::is_same_v<Family, Interpnd_CompactQuery_ColonGrid>;
+        unsigned long const numDims = call.number(2, 5), numPoints = call.number(1, 4000);
+        unsigned long gridSizes[5], querySizes[5], numValues = 1, numProducts = 1;
+        std::vector<std::unique_ptr<DeviceArray<G>>> arrays;
+        G const *grids[5]{}, *queries[5]{};
+        std::vector<long> bins;
+        for (unsigned long d = 0; d < numDims; ++d) {
+            numValues *= gridSizes[d] = call.number(3, numDims < 4 ? 20 : 7);
+            numProducts *= querySizes[d] = call.number(1, numDims < 4 ? 30 : 8);
+            Dimension<G> const dimension(call, gridSizes[d], isCompact ? querySizes[d] : numPoints, isColon);
+            arrays.push_back(std::make_unique<DeviceArray<G>>(dimension.points));
+            grids[d] = arrays.back()->data();
+            arrays.push_back(std::make_unique<DeviceArray<G>>(dimension.queries));
+            queries[d] = arrays.back()->data();
+            bins.insert(bins.end(), dimension.bins.begin(), dimension.bins.end());
+            bins.resize((bins.size() + 15) / 16 * 16);
+        }
+        Rule const rule(call);
+        V const extrapValue = call.values<V>(1)[0];
+        DeviceArray<V> values(call.values<V>(numValues)), out(isCompact ? numProducts : numPoints);
+        DeviceArray<long> binArray(bins);
+        typename Family::template Invoker<G, V> const family;
+        auto const interpolate = [&](auto... last) {
+            if constexpr (isColon) {
+                family(nullptr, out.data(), values.data(), queries, last..., extrapValue, rule.method,
+                       rule.extrap, numDims);
+            } else {
+                family(nullptr, out.data(), grids, values.data(), queries, last..., extrapValue, rule.method,
+                       rule.extrap, numDims);
+            }
+        };
+        if constexpr (isCompact) {
+            interpolate(binArray.data(), querySizes, numDims, gridSizes, numDims);
+        } else {
+            interpolate(gridSizes, numDims, numPoints);
+        }
+        call.result(out);
+    }
+};
+
 using TypePairs = Pairs<internal::FloatingReal, internal::Floating>;
 
 bool const areAdded = [] {
     addCases<Vectors, Interp1dFull>(TypePairs{});
     addCases<Vectors, Interp1d_ColonGrid>(TypePairs{});
     addCases<Vectors, Interp1dNdValFull>(TypePairs{});
+    addCases<Arrays, Interpnd_CompactQuery>(TypePairs{});
+    addCases<Arrays, Interpnd_CompactQuery_ColonGrid>(TypePairs{});
+    addCases<Arrays, Interpnd_NonCompactQuery>(TypePairs{});
+    addCases<Arrays, Interpnd_NonCompactQuery_ColonGrid>(TypePairs{});
     return true;
 }();
 
