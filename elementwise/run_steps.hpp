@@ -94,8 +94,8 @@ GPU_STEP void complexify(unsigned int size, P* to, P const* re) {
         backend::forEachOf(size, [&](unsigned int k) { words[k] = from[k]; });
     } else {
         backend::forEachOf(size, [&](unsigned int k) {
-            to[2 * k] = re[k];
-            to[2 * k + 1] = 0;
+            to[2ul * k] = re[k];  // of a product of 32 bits the compiler must fear that it wraps
+            to[2ul * k + 1] = 0;
         });
     }
 }

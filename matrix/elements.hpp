@@ -1,6 +1,7 @@
 #pragma once
 
 #include "device.hpp"
+#include "elementwise/run_steps.hpp"
 #include "frame/complex.hpp"
 #include "rows.hpp"
 
@@ -11,9 +12,9 @@ namespace gpuruntime::internal {
 template <class T>
 GPU_DEVICE bool isNonZero(T value) {
     if constexpr (isComplex<T>) {
-        return (value.x != 0) | (value.y != 0);
+        return IsOtherThanZero::holds(value.x) | IsOtherThanZero::holds(value.y);
     } else {
-        return value != 0;
+        return IsOtherThanZero::holds(value);
     }
 }
 
