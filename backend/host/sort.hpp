@@ -43,11 +43,16 @@ void forEachNumberedPart(unsigned long n, F const& f) {
 /// The results of `f(first, last)` over parts of [0, n), combined.
 template <class Result, class F, class Combine>
 Result reduceParts(unsigned long n, Result const& none, F const& f, Combine const& combine) {
-    std::vector<Result> results(numPartsOf(n), none);
+    // In a struct each is its own memory, which bits of a vector of `bool` are not.
+    struct Partial {
+        Result result;
+    };
+    std::vector<Partial> partials(numPartsOf(n), Partial{none});
     forEachNumberedPart(n, [&](unsigned long part, unsigned long first, unsigned long last) {
-        results[part] = f(first, last);
+        partials[part].result = f(first, last);
     });
-    return std::accumulate(results.begin(), results.end(), none, combine);
+    return std::accumulate(partials.begin(), partials.end(), none,
+                           [&](Result const& a, Partial const& b) { return combine(a, b.result); });
 }
 
 /// Sorts words on the calling thread.

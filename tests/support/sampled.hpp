@@ -7,7 +7,7 @@ namespace gpuruntime::testing {
 /// How often cases were drawn.
 inline unsigned long numSamples = 0;
 
-/// The cases that a test is to go through: all, or, on a device that takes too long for that, one in seven.
+/// The cases that a test is to go through: all, or, where a build takes too long for that, one in seven.
 /// From call to call these are others, so that tests of many types go through all between them.
 template <class Case>
 std::vector<Case> sampled(std::vector<Case> const& cases) {
