@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cuda_runtime.h>
-#include <gpuruntime/device_properties.hpp>
+#include <gpuruntime/current_device.hpp>
 
 #include <cstdio>
 #include <cstdlib>
@@ -24,19 +24,7 @@ inline void finish() {
 
 /// Stores the device's properties before the first benchmark runs.
 struct StoredProperties {
-    StoredProperties() {
-        cudaDeviceProp device{};
-        check(cudaGetDeviceProperties(&device, 0));
-        gpucommon::CUDADeviceProperties properties{};
-        properties.maxBlockDimY = static_cast<unsigned long>(device.maxThreadsDim[1]);
-        properties.maxBlockDimZ = static_cast<unsigned long>(device.maxThreadsDim[2]);
-        properties.maxGridDimX = static_cast<unsigned long>(device.maxGridSize[0]);
-        properties.maxGridDimY = static_cast<unsigned long>(device.maxGridSize[1]);
-        properties.maxGridDimZ = static_cast<unsigned long>(device.maxGridSize[2]);
-        properties.multiProcessorCount = static_cast<unsigned long>(device.multiProcessorCount);
-        properties.computeCapabilityMajor = static_cast<unsigned long>(device.major);
-        internal::storeCurrentDeviceProperties(properties);
-    }
+    StoredProperties() { check(useCurrentDevice()); }
 };
 inline StoredProperties const storedProperties;
 

@@ -5,10 +5,9 @@
 //   of two words
 //                         are used
 
-#include <cuda_runtime.h>
 #include <gpuruntime/accumulation.hpp>
 #include <gpuruntime/casts.hpp>
-#include <gpuruntime/device_properties.hpp>
+#include <gpuruntime/current_device.hpp>
 #include <gpuruntime/predicates.hpp>
 #include <gpuruntime/random.hpp>
 #include <gpuruntime/ranges.hpp>
@@ -27,42 +26,9 @@
 #include <type_traits>
 #include <vector>
 
+#include "device_vector.hpp"
+
 namespace {
-
-void check(cudaError status, char const* step) {
-    if (status == cudaSuccess) return;
-    std::fprintf(stderr, "%s: %s\n", step, cudaGetErrorString(status));
-    std::exit(1);
-}
-
-/// An array in device memory, owned by the engine. On the host logicals are bytes.
-template <class T>
-class DeviceVector {
-    using OnHost = std::conditional_t<std::is_same_v<T, bool>, unsigned char, T>;
-
-  public:
-    explicit DeviceVector(std::size_t size) : count(size) {
-        check(cudaMalloc(&memory, size * sizeof(T)), "allocating");
-    }
-    explicit DeviceVector(std::vector<OnHost> const& values) : DeviceVector(values.size()) {
-        check(cudaMemcpy(memory, values.data(), count * sizeof(T), cudaMemcpyHostToDevice), "copying in");
-    }
-    ~DeviceVector() { cudaFree(memory); }
-    DeviceVector(DeviceVector const&) = delete;
-    DeviceVector& operator=(DeviceVector const&) = delete;
-
-    T* data() { return memory; }
-
-    std::vector<OnHost> values() const {
-        std::vector<OnHost> result(count);
-        check(cudaMemcpy(result.data(), memory, count * sizeof(T), cudaMemcpyDeviceToHost), "copying out");
-        return result;
-    }
-
-  private:
-    T* memory = nullptr;
-    std::size_t count;
-};
 
 /// The numeric columns of a table as a column-major matrix, and its columns of two words as numbers, 1 for
 /// the word in the name and 0 for the other; a missing value is NaN.
@@ -139,21 +105,6 @@ Table readTable(char const* path) {
         std::exit(1);
     }
     return table;
-}
-
-void storeProperties() {
-    cudaDeviceProp device{};
-    check(cudaGetDeviceProperties(&device, 0), "reading the device's properties");
-    gpucommon::CUDADeviceProperties properties{};
-    properties.maxBlockDimY = static_cast<unsigned long>(device.maxThreadsDim[1]);
-    properties.maxBlockDimZ = static_cast<unsigned long>(device.maxThreadsDim[2]);
-    properties.maxGridDimX = static_cast<unsigned long>(device.maxGridSize[0]);
-    properties.maxGridDimY = static_cast<unsigned long>(device.maxGridSize[1]);
-    properties.maxGridDimZ = static_cast<unsigned long>(device.maxGridSize[2]);
-    properties.multiProcessorCount = static_cast<unsigned long>(device.multiProcessorCount);
-    properties.computeCapabilityMajor = static_cast<unsigned long>(device.major);
-    gpuruntime::internal::storeCurrentDeviceProperties(properties);
-    std::printf("device: %s\n", device.name);
 }
 
 /// For each column, over the values that are not missing: how many, their sum and mean, the smallest and the
@@ -335,7 +286,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     Table const table = readTable(argv[1]);
-    storeProperties();
+    check(gpuruntime::useCurrentDevice(), "reading the device's properties");
     std::printf("table: %lu rows, %lu numeric columns\n", table.rows, table.columns);
 
     DeviceVector<double> matrix(table.values);

@@ -2,7 +2,7 @@
 // the device, checks it, and frees what it took. It builds unchanged against the library of either device.
 
 #include <cuda_runtime.h>
-#include <gpuruntime/device_properties.hpp>
+#include <gpuruntime/current_device.hpp>
 #include <gpuruntime/ranges.hpp>
 
 #include <cstdio>
@@ -17,25 +17,10 @@ void check(cudaError status, char const* step) {
     std::exit(1);
 }
 
-// The library asks the engine for the device's limits, once for each device that becomes current.
-void storeProperties() {
-    cudaDeviceProp device{};
-    check(cudaGetDeviceProperties(&device, 0), "reading the device's properties");
-    gpucommon::CUDADeviceProperties properties{};
-    properties.maxBlockDimY = static_cast<unsigned long>(device.maxThreadsDim[1]);
-    properties.maxBlockDimZ = static_cast<unsigned long>(device.maxThreadsDim[2]);
-    properties.maxGridDimX = static_cast<unsigned long>(device.maxGridSize[0]);
-    properties.maxGridDimY = static_cast<unsigned long>(device.maxGridSize[1]);
-    properties.maxGridDimZ = static_cast<unsigned long>(device.maxGridSize[2]);
-    properties.multiProcessorCount = static_cast<unsigned long>(device.multiProcessorCount);
-    properties.computeCapabilityMajor = static_cast<unsigned long>(device.major);
-    gpuruntime::internal::storeCurrentDeviceProperties(properties);
-}
-
 }  // namespace
 
 int main() {
-    storeProperties();
+    check(gpuruntime::useCurrentDevice(), "reading the device's properties");
 
     unsigned long const n = 11;
     double* range = nullptr;

@@ -5,9 +5,8 @@
 //   groups <table.csv>        a header line, then rows; the first two columns are text, the sixth is a number
 //   or NA
 
-#include <cuda_runtime.h>
 #include <gpuruntime/accumarray.hpp>
-#include <gpuruntime/device_properties.hpp>
+#include <gpuruntime/current_device.hpp>
 #include <gpuruntime/histograms.hpp>
 #include <gpuruntime/membership.hpp>
 
@@ -20,43 +19,11 @@
 #include <string>
 #include <vector>
 
+#include "device_vector.hpp"
+
 namespace {
 
 using Doubles = std::vector<double>;
-
-void require(bool holds, char const* what) {
-    if (holds) return;
-    std::fprintf(stderr, "%s\n", what);
-    std::exit(1);
-}
-
-void check(cudaError status) { require(status == cudaSuccess, cudaGetErrorString(status)); }
-
-/// An array in device memory.
-template <class T>
-class DeviceVector {
-  public:
-    explicit DeviceVector(std::vector<T> const& values) : count(values.size()) {
-        check(cudaMalloc(&memory, count * sizeof(T)));
-        check(cudaMemcpy(memory, values.data(), count * sizeof(T), cudaMemcpyHostToDevice));
-    }
-    explicit DeviceVector(std::size_t size) : DeviceVector(std::vector<T>(size)) {}
-    ~DeviceVector() { cudaFree(memory); }
-    DeviceVector(DeviceVector const&) = delete;
-    DeviceVector& operator=(DeviceVector const&) = delete;
-
-    T* data() { return memory; }
-
-    std::vector<T> values() const {
-        std::vector<T> result(count);
-        check(cudaMemcpy(result.data(), memory, count * sizeof(T), cudaMemcpyDeviceToHost));
-        return result;
-    }
-
-  private:
-    T* memory = nullptr;
-    std::size_t count;
-};
 
 /// The words of a column, each once, and for each row the 1-based number of its word.
 struct Words {
@@ -93,16 +60,6 @@ Table readTable(char const* path) {
     }
     require(!table.values.empty(), "there is no table to read");
     return table;
-}
-
-void storeProperties() {
-    cudaDeviceProp device{};
-    check(cudaGetDeviceProperties(&device, 0));
-    gpucommon::CUDADeviceProperties properties{};
-    properties.maxGridDimX = static_cast<unsigned long>(device.maxGridSize[0]);
-    properties.maxGridDimY = static_cast<unsigned long>(device.maxGridSize[1]);
-    properties.maxGridDimZ = static_cast<unsigned long>(device.maxGridSize[2]);
-    gpuruntime::internal::storeCurrentDeviceProperties(properties);
 }
 
 /// The values of a table by groups: bins of an array of as many rows and columns as there are words.
@@ -174,7 +131,8 @@ void drawHistogram(Doubles const& values) {
     DeviceVector<double> in(values);
     DeviceVector<unsigned int> counts(numBins);
     check(gpuruntime::HistCColonForm::Invoker<double>()(nullptr, counts.data(), nullptr, in.data(), edges,
-                                                        numBins, 1, values.size(), 1));
+                                                        numBins, 1, values.size(), 1),
+          "counting");
     auto const found = counts.values();
     require(std::accumulate(found.begin(), found.end(), 0ul) == values.size(), "a value is in no bin");
     for (unsigned long bin = 0; bin + 1 < numBins; ++bin) {
@@ -187,9 +145,9 @@ void drawHistogram(Doubles const& values) {
 void lookUp(Doubles const& values, Doubles list) {
     std::sort(list.begin(), list.end());
     DeviceVector<double> in(values), set(list);
-    DeviceVector<unsigned char> isMember(values.size());
+    DeviceVector<bool> isMember(values.size());
     gpuruntime::IsMember1Arg::Invoker<double>()(in.data(), values.size(), set.data(), list.size(),
-                                                reinterpret_cast<bool*>(isMember.data()), 0);
+                                                isMember.data(), 0);
     auto const found = isMember.values();
     std::printf("%d of the values are in a list of %zu\n", std::accumulate(found.begin(), found.end(), 0),
                 list.size());
@@ -202,7 +160,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: groups <table.csv>\n");
         return 2;
     }
-    storeProperties();
+    check(gpuruntime::useCurrentDevice(), "reading the device's properties");
     Table const table = readTable(argv[1]);
     printGroups(table);
     drawHistogram(table.values);

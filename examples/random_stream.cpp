@@ -2,7 +2,7 @@
 // on by what the call used. Two calls then give what one longer call gives.
 
 #include <cuda_runtime.h>
-#include <gpuruntime/device_properties.hpp>
+#include <gpuruntime/current_device.hpp>
 #include <gpuruntime/random.hpp>
 
 #include <cstdio>
@@ -17,16 +17,6 @@ void check(cudaError status, char const* step) {
     if (status == cudaSuccess) return;
     std::fprintf(stderr, "%s: %s\n", step, cudaGetErrorString(status));
     std::exit(1);
-}
-
-// The grid's limits are all that these calls need of the device.
-void storeProperties() {
-    cudaDeviceProp device{};
-    check(cudaGetDeviceProperties(&device, 0), "reading the device's properties");
-    gpucommon::CUDADeviceProperties properties{};
-    properties.maxGridDimX = static_cast<unsigned long>(device.maxGridSize[0]);
-    properties.maxGridDimY = static_cast<unsigned long>(device.maxGridSize[1]);
-    gpuruntime::internal::storeCurrentDeviceProperties(properties);
 }
 
 /// A stream of Philox: the state's words are the key, the counter and the sub-position.
@@ -67,7 +57,7 @@ class Stream {
 }  // namespace
 
 int main() {
-    storeProperties();
+    check(gpuruntime::useCurrentDevice(), "reading the device's properties");
 
     std::vector<double> const together = Stream(42).uniform(10);
     Stream stream(42);

@@ -5,10 +5,9 @@
 //   solver <table.csv>     a header line, then rows; the columns 3 to 6 are measurements, NA marks a
 //                          missing value
 
-#include <cuda_runtime.h>
 #include <gpuruntime/arithmetic.hpp>
 #include <gpuruntime/complex.hpp>
-#include <gpuruntime/device_properties.hpp>
+#include <gpuruntime/current_device.hpp>
 #include <gpuruntime/matrix_properties.hpp>
 
 #include <array>
@@ -20,65 +19,13 @@
 #include <string>
 #include <vector>
 
+#include "device_vector.hpp"
+
 namespace {
 
 using Doubles = std::vector<double>;
 
 constexpr unsigned long numColumns = 4;
-
-void check(cudaError status, char const* step) {
-    if (status == cudaSuccess) return;
-    std::fprintf(stderr, "%s: %s\n", step, cudaGetErrorString(status));
-    std::exit(1);
-}
-
-void require(bool holds, char const* what) {
-    if (holds) return;
-    std::fprintf(stderr, "wrong result: %s\n", what);
-    std::exit(1);
-}
-
-/// An array in device memory, owned by the engine.
-template <class T>
-class DeviceVector {
-  public:
-    explicit DeviceVector(std::size_t size) : count(size) {
-        check(cudaMalloc(&memory, size * sizeof(T)), "allocating");
-    }
-    explicit DeviceVector(std::vector<T> const& values) : DeviceVector(values.size()) {
-        check(cudaMemcpy(memory, values.data(), count * sizeof(T), cudaMemcpyHostToDevice), "copying in");
-    }
-    ~DeviceVector() { cudaFree(memory); }
-    DeviceVector(DeviceVector const&) = delete;
-    DeviceVector& operator=(DeviceVector const&) = delete;
-
-    T* data() { return memory; }
-
-    std::vector<T> values() const {
-        check(cudaGetLastError(), "launching");
-        std::vector<T> result(count);
-        check(cudaMemcpy(result.data(), memory, count * sizeof(T), cudaMemcpyDeviceToHost), "copying out");
-        return result;
-    }
-
-  private:
-    T* memory = nullptr;
-    std::size_t count;
-};
-
-void storeProperties() {
-    cudaDeviceProp device{};
-    check(cudaGetDeviceProperties(&device, 0), "reading the device's properties");
-    gpucommon::CUDADeviceProperties properties{};
-    properties.maxBlockDimY = static_cast<unsigned long>(device.maxThreadsDim[1]);
-    properties.maxBlockDimZ = static_cast<unsigned long>(device.maxThreadsDim[2]);
-    properties.maxGridDimX = static_cast<unsigned long>(device.maxGridSize[0]);
-    properties.maxGridDimY = static_cast<unsigned long>(device.maxGridSize[1]);
-    properties.maxGridDimZ = static_cast<unsigned long>(device.maxGridSize[2]);
-    properties.multiProcessorCount = static_cast<unsigned long>(device.multiProcessorCount);
-    properties.computeCapabilityMajor = static_cast<unsigned long>(device.major);
-    gpuruntime::internal::storeCurrentDeviceProperties(properties);
-}
 
 /// The columns of the rows that have all measurements.
 std::array<Doubles, numColumns> readColumns(char const* path) {
@@ -193,7 +140,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: solver <table.csv>\n");
         return 2;
     }
-    storeProperties();
+    check(gpuruntime::useCurrentDevice(), "reading the device's properties");
     auto columns = readColumns(argv[1]);
     for (Doubles& column : columns) standardize(column);
     Doubles const matrix = covariance(columns), factor = choleskyFactor(matrix);

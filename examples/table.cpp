@@ -4,9 +4,8 @@
 //   table <table.csv>      a header line, then rows; the columns 3 to 6 are measurements, NA marks a
 //                          missing value
 
-#include <cuda_runtime.h>
 #include <gpuruntime/accumulation.hpp>
-#include <gpuruntime/device_properties.hpp>
+#include <gpuruntime/current_device.hpp>
 #include <gpuruntime/find.hpp>
 #include <gpuruntime/movement.hpp>
 #include <gpuruntime/subscripts.hpp>
@@ -20,65 +19,12 @@
 #include <string>
 #include <vector>
 
+#include "device_vector.hpp"
+
 namespace {
 
 using gpuruntime::FindFirst;
 using Doubles = std::vector<double>;
-
-void check(cudaError status, char const* step) {
-    if (status == cudaSuccess) return;
-    std::fprintf(stderr, "%s: %s\n", step, cudaGetErrorString(status));
-    std::exit(1);
-}
-
-void require(bool holds, char const* what) {
-    if (holds) return;
-    std::fprintf(stderr, "wrong result: %s\n", what);
-    std::exit(1);
-}
-
-/// An array in device memory, owned by the engine.
-template <class T>
-class DeviceVector {
-  public:
-    explicit DeviceVector(std::size_t size) : count(size) {
-        check(cudaMalloc(&memory, std::max<std::size_t>(size, 1) * sizeof(T)), "allocating");
-    }
-    explicit DeviceVector(std::vector<T> const& values) : DeviceVector(values.size()) {
-        check(cudaMemcpy(memory, values.data(), count * sizeof(T), cudaMemcpyHostToDevice), "copying in");
-    }
-    ~DeviceVector() { cudaFree(memory); }
-    DeviceVector(DeviceVector const&) = delete;
-    DeviceVector& operator=(DeviceVector const&) = delete;
-
-    T* data() { return memory; }
-    std::size_t size() const { return count; }
-
-    std::vector<T> values() const {
-        check(cudaGetLastError(), "launching");
-        std::vector<T> result(count);
-        check(cudaMemcpy(result.data(), memory, count * sizeof(T), cudaMemcpyDeviceToHost), "copying out");
-        return result;
-    }
-
-  private:
-    T* memory = nullptr;
-    std::size_t count;
-};
-
-void storeProperties() {
-    cudaDeviceProp device{};
-    check(cudaGetDeviceProperties(&device, 0), "reading the device's properties");
-    gpucommon::CUDADeviceProperties properties{};
-    properties.maxBlockDimY = static_cast<unsigned long>(device.maxThreadsDim[1]);
-    properties.maxBlockDimZ = static_cast<unsigned long>(device.maxThreadsDim[2]);
-    properties.maxGridDimX = static_cast<unsigned long>(device.maxGridSize[0]);
-    properties.maxGridDimY = static_cast<unsigned long>(device.maxGridSize[1]);
-    properties.maxGridDimZ = static_cast<unsigned long>(device.maxGridSize[2]);
-    properties.multiProcessorCount = static_cast<unsigned long>(device.multiProcessorCount);
-    properties.computeCapabilityMajor = static_cast<unsigned long>(device.major);
-    gpuruntime::internal::storeCurrentDeviceProperties(properties);
-}
 
 /// Column-major.
 struct Table {
@@ -249,7 +195,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: table <table.csv>\n");
         return 2;
     }
-    storeProperties();
+    check(gpuruntime::useCurrentDevice(), "reading the device's properties");
     Table table = readTable(argv[1]);
     require(table.rows > 0, "the table is empty");
     Table complete = withoutIncompleteRows(table);

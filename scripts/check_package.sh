@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs a build tree of the host device to a fresh prefix, then builds and runs examples that check themselves
-# against it, with find_package and with pkg-config; each gets the table of the demo.
+# against it, with find_package and with pkg-config; each gets the table of the demo. So it does with the programs in
+# the documentation, which are all blocks of "cpp" there.
 #   check_package.sh <build folder> <example>...
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -20,9 +21,17 @@ export PKG_CONFIG_PATH
 read -ra flags < <(pkg-config --cflags --libs kvgpuruntime)
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir kvgpuruntime)
 export LD_LIBRARY_PATH
-for example in "${examples[@]}"; do
-    "${CXX:-g++}" -std=c++17 "examples/$example.cpp" "${flags[@]}" -o "$work/$example"
-    "$work/$example" data/penguins.csv
-done
+
+# run <unit> [<argument>...]
+run() {
+    "${CXX:-g++}" -std=c++17 "$1" "${flags[@]}" -o "$work/program"
+    "$work/program" "${@:2}"
+}
+
+for example in "${examples[@]}"; do run "examples/$example.cpp" data/penguins.csv; done
+
+awk -v work="$work" '/^```/ {inside = 0} inside {print > unit} /^```cpp$/ {inside = 1; unit = work "/block" ++count ".cpp"}' \
+    README.md docs/*.md
+for unit in "$work"/block*.cpp; do run "$unit"; done
 
 echo "the installed package builds and runs: ${examples[*]}"

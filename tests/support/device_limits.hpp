@@ -1,22 +1,13 @@
 #pragma once
 
-#include <cuda_runtime.h>
-#include <gpuruntime/device_properties.hpp>
+#include <gpuruntime/current_device.hpp>
 
 namespace gpuruntime::testing {
 
 /// What an engine on this device would store.
 inline gpucommon::CUDADeviceProperties currentProperties() {
-    cudaDeviceProp device{};
-    cudaGetDeviceProperties(&device, 0);
     gpucommon::CUDADeviceProperties properties{};
-    properties.maxBlockDimY = static_cast<unsigned long>(device.maxThreadsDim[1]);
-    properties.maxBlockDimZ = static_cast<unsigned long>(device.maxThreadsDim[2]);
-    properties.maxGridDimX = static_cast<unsigned long>(device.maxGridSize[0]);
-    properties.maxGridDimY = static_cast<unsigned long>(device.maxGridSize[1]);
-    properties.maxGridDimZ = static_cast<unsigned long>(device.maxGridSize[2]);
-    properties.multiProcessorCount = static_cast<unsigned long>(device.multiProcessorCount);
-    properties.computeCapabilityMajor = static_cast<unsigned long>(device.major);
+    propertiesOfCurrentDevice(properties);
     return properties;
 }
 
