@@ -10,7 +10,7 @@
 namespace gpuruntime::backend {
 
 /// `n` elements of device memory for the length of a call, with unspecified contents. Where there is no
-/// memory it throws `thrust::system::detail::bad_alloc`, and then leaves no last error.
+/// memory it throws `thrust::system::detail::bad_alloc`; the last error stays for the host to read.
 template <class T>
 class Temporary {
   public:
@@ -19,10 +19,7 @@ class Temporary {
     explicit Temporary(unsigned long n) {
         void* memory = nullptr;
         cudaError const status = cudaMalloc(&memory, n * sizeof(T));
-        if (status != cudaSuccess) {
-            cudaGetLastError();
-            throw thrust::system::detail::bad_alloc(cudaGetErrorString(status));
-        }
+        if (status != cudaSuccess) throw thrust::system::detail::bad_alloc(cudaGetErrorString(status));
         elements = static_cast<T*>(memory);
     }
     ~Temporary() { cudaFree(elements); }

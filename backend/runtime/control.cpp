@@ -43,6 +43,17 @@ struct Control {
             recording->launches_.push_back(launch);
         }
     }
+
+    /// Appends what `describe` returns to all recordings.
+    template <class Describe>
+    static void record(Describe const& describe) {
+        try {
+            Control& control = instance();
+            std::lock_guard const lock(control.mutex);
+            control.append(describe());
+        } catch (std::bad_alloc const&) {
+        }
+    }
 };
 
 namespace {
@@ -84,15 +95,15 @@ void recordCall(char const* callName, CallDetails const& details, cudaError stat
     std::string_view const symbol = details.kernel != nullptr   ? details.kernel->name
                                     : details.symbol != nullptr ? symbolName(details.symbol)
                                                                 : std::string_view{};
-    Control& control = Control::instance();
-    std::lock_guard const lock(control.mutex);
-    control.append(Call{callName, status, details.stream, details.bytes, std::string(symbol)});
+    Control::record([&] {
+        return Call{callName, status, details.stream, details.bytes, std::string(symbol)};
+    });
 }
 
 void recordLaunch(Kernel const* kernel, dim3 grid, dim3 block, cudaStream_t stream, cudaError status) {
-    Control& control = Control::instance();
-    std::lock_guard const lock(control.mutex);
-    control.append(Launch{kernel != nullptr ? kernel->name : "", grid, block, stream, status});
+    Control::record([&] {
+        return Launch{kernel != nullptr ? kernel->name : "", grid, block, stream, status};
+    });
 }
 
 Limits const& currentLimits() { return *LimitsHistory::instance().current.load(std::memory_order_acquire); }

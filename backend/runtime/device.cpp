@@ -127,8 +127,9 @@ cudaError createStream(cudaStream_t* stream, unsigned int flags) {
     auto created = std::make_unique<CUstream_st>();
     Streams& streams = Streams::instance();
     std::lock_guard const lock(streams.mutex);
-    *stream = created.get();
-    streams.created.emplace(created.get(), std::move(created));
+    cudaStream_t const address = created.get();
+    streams.created.emplace(address, std::move(created));
+    *stream = address;
     return cudaSuccess;
 }
 
@@ -177,6 +178,8 @@ cudaError reportError(char const* callName, cudaError status) {
 
 void setLastError(cudaError status) { lastError = status; }
 
+cudaError takeLastError() { return std::exchange(lastError, cudaSuccess); }
+
 bool isStream(cudaStream_t stream) {
     if (stream == nullptr || stream == cudaStreamLegacy || stream == cudaStreamPerThread) {
         return true;
@@ -190,9 +193,7 @@ bool isStream(cudaStream_t stream) {
 
 using namespace gpuruntime::hostdevice::detail;
 
-cudaError_t cudaGetLastError() {
-    return reportError("cudaGetLastError", std::exchange(lastError, cudaSuccess));
-}
+cudaError_t cudaGetLastError() { return reportError("cudaGetLastError", takeLastError()); }
 
 cudaError_t cudaPeekAtLastError() { return reportError("cudaPeekAtLastError", lastError); }
 

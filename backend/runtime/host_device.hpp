@@ -78,7 +78,7 @@ struct Control;
 }
 
 /// Records the runtime calls of all threads while it lives, in the order in which they return. Recordings may
-/// overlap. The functions that name an error are not recorded.
+/// overlap. The functions that name an error are not recorded; nor is what there is no memory to record.
 class Recording {
   public:
     Recording();

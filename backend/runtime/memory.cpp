@@ -9,6 +9,7 @@
 #include <initializer_list>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <shared_mutex>
 
@@ -76,17 +77,17 @@ cudaError allocate(void** pointer, std::size_t size) {
     bool const isLarge = size >= hugePage;
     std::size_t const alignment = isLarge ? hugePage : allocationAlignment;
     std::size_t const rounded = (size + alignment - 1) / alignment * alignment;
-    void* const memory = std::aligned_alloc(alignment, rounded);
+    std::unique_ptr<void, decltype(&std::free)> memory(std::aligned_alloc(alignment, rounded), std::free);
     if (memory == nullptr) {
         return cudaErrorMemoryAllocation;
     }
     if (isLarge) {
         // Advice only: without huge pages everything works, and more slowly.
-        static_cast<void>(madvise(memory, rounded, MADV_HUGEPAGE));
+        static_cast<void>(madvise(memory.get(), rounded, MADV_HUGEPAGE));
     }
-    allocations.sizes.emplace(addressOf(memory), size);
+    allocations.sizes.emplace(addressOf(memory.get()), size);
     allocations.used += size;
-    *pointer = memory;
+    *pointer = memory.release();
     return cudaSuccess;
 }
 

@@ -6,11 +6,13 @@
 
 #include <atomic>
 
+#include "call.hpp"
+
 namespace gpuruntime::backend {
 
 /// Calls `f(first, last)` for ranges that make up [0, n), of `grain` elements or a few times fewer or more,
-/// on several threads, and returns when all are done; throws what one of them throws. Isolated, so that a
-/// thread that waits takes up no work of the caller's own.
+/// on several threads, and returns when all are done; throws what one of them throws, and then hands over the
+/// last error of its thread. Isolated, so that a thread that waits takes up no work of the caller's own.
 ///
 /// The two atomics order the ranges after the call and before its return. The task library does so too, but
 /// inside compiled code that thread sanitizer cannot see.
@@ -18,21 +20,31 @@ template <class F>
 void inParallel(unsigned long n, unsigned long grain, F const& f) {
     std::atomic<bool> started{false};
     std::atomic<unsigned long> numFinished{0};
+    std::atomic<cudaError> error{cudaSuccess};
     struct Finishing {
         std::atomic<unsigned long>& count;
         ~Finishing() { count.fetch_add(1, std::memory_order_release); }
     };
     struct Finished {
         std::atomic<unsigned long>& count;
-        ~Finished() { count.load(std::memory_order_acquire); }
+        std::atomic<cudaError>& error;
+        ~Finished() {
+            count.load(std::memory_order_acquire);
+            if (error != cudaSuccess) hostdevice::detail::setLastError(error);
+        }
     };
-    Finished const finished{numFinished};
+    Finished const finished{numFinished, error};
     started.store(true, std::memory_order_release);
     tbb::this_task_arena::isolate([&] {
         tbb::parallel_for(tbb::blocked_range<unsigned long>(0, n, grain), [&](auto const& range) {
             started.load(std::memory_order_acquire);
             Finishing const finishing{numFinished};
-            f(range.begin(), range.end());
+            try {
+                f(range.begin(), range.end());
+            } catch (...) {
+                error = hostdevice::detail::takeLastError();
+                throw;
+            }
         });
     });
 }

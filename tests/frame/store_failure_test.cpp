@@ -1,31 +1,13 @@
-// The stored properties and the calculators when memory runs out. This file replaces the program's allocation
-// functions.
+// The stored properties and the calculators when memory runs out.
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <new>
 
 #include "frame/device_properties.hpp"
 #include "frame/shape.hpp"
 #include "tests/support/device_limits.hpp"
-
-namespace {
-
-thread_local bool outOfMemory = false;
-
-}  // namespace
-
-// Not inlined: the compiler would see memory of malloc meet delete.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    void* const memory = outOfMemory ? nullptr : std::malloc(size == 0 ? 1 : size);
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
-}
-
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+#include "tests/support/failing_new.hpp"
 
 namespace gpuruntime::internal {
 namespace {
@@ -38,13 +20,12 @@ TEST(DeviceProperties, AStoreWithoutMemoryThrowsAndKeepsTheRecord) {
     properties.maxGridDimX = 8;
 
     bool threw = false;
-    outOfMemory = true;
     try {
+        gpuruntime::testing::FailingNew const outOfMemory;
         storeCurrentDeviceProperties(properties);
     } catch (std::bad_alloc const&) {
         threw = true;
     }
-    outOfMemory = false;
 
     EXPECT_TRUE(threw);
     EXPECT_EQ(before, getCurrentDeviceProperties());
@@ -57,8 +38,8 @@ TEST(CalculatorsWithoutMemory, DoNotThrow) {
     attributes.maxThreadsPerBlock = 1024;
 
     bool threw = false;
-    outOfMemory = true;
     try {
+        gpuruntime::testing::FailingNew const outOfMemory;
         computeElementwiseShape(attributes, 1000);
         computeElementwise2DShape(attributes, attributes, 100, 50);
         computeElementwise3DShape(attributes, attributes, 10, 5, 9);
@@ -70,7 +51,6 @@ TEST(CalculatorsWithoutMemory, DoNotThrow) {
     } catch (std::bad_alloc const&) {
         threw = true;
     }
-    outOfMemory = false;
 
     EXPECT_FALSE(threw);
 }

@@ -58,7 +58,7 @@ void failEachAllocation(
             thrown = true;
         }
         EXPECT_EQ(thrown ? 0 : -numEmptyFrees, numLeft(recording.calls()));
-        EXPECT_EQ(cudaSuccess, cudaGetLastError());
+        EXPECT_EQ(thrown ? cudaErrorMemoryAllocation : cudaSuccess, cudaGetLastError());
         bool const reached = hostdevice::clearFailures() == 0;
         EXPECT_EQ(reached, thrown);
         check();
