@@ -89,7 +89,7 @@ struct SegmentedAdjustKernel {
         T* const elements = data + begin;
 
         T const adjustment = totals[segment - 1];
-        block.threads.template walk<N>(elements, 0, length, [&](unsigned int, unsigned long i) {
+        block.threads.template walk<N>(elements, 0, length, [=](unsigned int, unsigned long i) {
             elements[i] = Operator::combine(elements[i], adjustment);
         });
     }

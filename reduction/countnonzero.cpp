@@ -7,22 +7,11 @@
 
 namespace gpuruntime {
 
-namespace {
-
-template <class TOut, class T>
-struct FlagNonZeroTransform {
-    static GPU_DEVICE TOut apply(T value) {
-        return reductiontransforms::IsNotZero<T>::apply(value) ? TOut(1) : TOut(0);
-    }
-};
-
-}  // namespace
-
 template <class T>
 cudaError CountNonZero::Invoker<T>::operator()(CUstream_st* stream, double* out, T const* in,
                                                unsigned long numElements,
                                                unsigned long reductionLength) const {
-    return internal::reduceSegments<FlagNonZeroTransform<double, T>, reductionoperators::Sum<double>>(
+    return internal::reduceSegments<reductiontransforms::FlagNonZero<T>, reductionoperators::Sum<double>>(
         stream, out, in, numElements, reductionLength);
 }
 

@@ -9,6 +9,7 @@
 #include "frame/fixed_block.hpp"
 #include "frame/invariant_divisor.hpp"
 #include "reduction/operators.hpp"
+#include "reduction/tallies.hpp"
 
 /// Reductions of an array seen as three nested extents, fastest first: `stride`, `reductionLength`, and the
 /// rest. A segment is reduced by one block, by a row of a block, or by one thread, so the order in which its
@@ -111,7 +112,7 @@ struct Survivors {
     backend::PerThread<Held<Operator>, N> values;
     backend::PerThread<Row, N> rows;
 
-    GPU_DEVICE void take(unsigned int t, Held<Operator> value, unsigned int row) {
+    GPU_DEVICE void take(unsigned long t, Held<Operator> value, unsigned int row) {
         bool const taken = Operator::supersedes(values[t], value);
         if constexpr (std::is_integral_v<Held<Operator>>) {
             values[t] = Operator::combine(values[t], value);  // the same, and quicker
@@ -147,8 +148,8 @@ struct SegmentedReduceKernel {
         backend::PerThread<detail::Held<Operator>, N> values;
         block.threads.forEach([&](unsigned int t) { values[t] = Operator::identity(); });
         block.threads.forEach(length, [&](unsigned int t) { values[t] = Transform::apply(elements[t]); });
-        backend::combineWalk<Operator>(block.threads, values, elements, N, length,
-                                       [&](unsigned long i) { return Transform::apply(elements[i]); });
+        backend::combineWalk<Operator, Transform, Tally<Operator, Transform, TIn>>(block.threads, values,
+                                                                                   elements, N, length);
         backend::foldBlock(
             block.threads, values, [](auto a, auto b) { return Operator::combine(a, b); },
             [&](auto result) { out[segment] = result; });
@@ -258,10 +259,11 @@ struct SegmentedIndexReduceKernel {
             unsigned int const left = length - first;
             unsigned int const count = left < Survivors::maxRows * N ? left : Survivors::maxRows * N;
             block.threads.forEach([&](unsigned int t) { survivors.rows[t] = 0; });
-            block.threads.template walkRows<N>(elements, first, first + count,
-                                               [&](unsigned int t, unsigned long i, unsigned int row) {
-                                                   survivors.take(t, Transform::apply(elements[i]), row);
-                                               });
+            block.threads.template walkRows<N>(
+                elements, first, first + count,
+                [&survivors, elements](unsigned long t, unsigned long i, unsigned int row) {
+                    survivors.take(t, Transform::apply(elements[i]), row);
+                });
             block.threads.forEach([&](unsigned int t) {
                 auto const row = static_cast<unsigned int>(survivors.rows[t]);
                 positions[t] = row == 0 ? positions[t] : first + (row - 1) * N + t;

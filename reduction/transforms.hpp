@@ -7,7 +7,8 @@
 #include "math.hpp"
 
 /// What reductions make of each element as they read it. A transform that looks for NaN names as its
-/// `Equivalent` what is left of it where there is none, so that kernels share their code.
+/// `Equivalent` what is left of it where there is none, so that kernels share their code. One that holds for
+/// a complex value where it holds for either part names the one for `OfPart`.
 namespace gpuruntime::reductiontransforms {
 
 namespace detail {
@@ -30,6 +31,8 @@ GPU_DEVICE bool anyPart(T value, Test test) {
 
 template <class T>
 struct IsNanTransform {
+    using OfPart = IsNanTransform<internal::Part<T>>;
+
     static GPU_DEVICE bool apply(T value) {
         if constexpr (std::is_floating_point_v<internal::Part<T>>) {
             return detail::anyPart(value, [](auto part) { return backend::isNaN(part); });
@@ -41,6 +44,8 @@ struct IsNanTransform {
 
 template <class T>
 struct IsInfTransform {
+    using OfPart = IsInfTransform<internal::Part<T>>;
+
     static GPU_DEVICE bool apply(T value) {
         return detail::anyPart(value, [](auto part) { return backend::isInf(part); });
     }
@@ -48,6 +53,8 @@ struct IsInfTransform {
 
 template <class T>
 struct IsNanOrInfTransform {
+    using OfPart = IsNanOrInfTransform<internal::Part<T>>;
+
     static GPU_DEVICE bool apply(T value) {
         return detail::anyPart(value, [](auto part) { return !backend::isFinite(part); });
     }
@@ -56,6 +63,8 @@ struct IsNanOrInfTransform {
 /// NaN is not equal to 0, so it counts.
 template <class T>
 struct IsNotZero {
+    using OfPart = IsNotZero<internal::Part<T>>;
+
     static GPU_DEVICE bool apply(T value) {
         return detail::anyPart(value, [](auto part) { return part != 0; });
     }
@@ -68,6 +77,12 @@ struct IsNotZeroAndNotNaN {
     static GPU_DEVICE bool apply(T value) {
         return IsNotZero<T>::apply(value) & !IsNanTransform<T>::apply(value);
     }
+};
+
+/// 1 for an element that `IsNotZero`.
+template <class T>
+struct FlagNonZero {
+    static GPU_DEVICE double apply(T value) { return IsNotZero<T>::apply(value) ? 1.0 : 0.0; }
 };
 
 template <class T>

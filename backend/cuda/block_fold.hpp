@@ -27,13 +27,14 @@ GPU_DEVICE T shuffleDown(T const& value, unsigned int offset) {
 
 }  // namespace detail
 
-/// Combines the values of a block of `N` threads with what `value(i)` gives for the elements in [`begin`,
-/// `end`), which the threads take in turns and each in ascending order. No barrier follows.
-template <class Operator, class T, unsigned int N, class Element, class Value>
+/// Combines the values of a block of `N` threads with what `Transform` makes of the elements in [`begin`,
+/// `end`), which the threads take in turns and each in ascending order. No barrier follows. A device that
+/// goes along memory on one thread uses `Tally`.
+template <class Operator, class Transform, class Tally, class T, unsigned int N, class Element>
 GPU_DEVICE void combineWalk(Threads const& threads, PerThread<T, N>& values, Element const* elements,
-                            unsigned int begin, unsigned int end, Value value) {
+                            unsigned int begin, unsigned int end) {
     threads.walk<N>(elements, begin, end, [&](unsigned int t, unsigned int i) {
-        values[t] = Operator::combine(values[t], value(i));
+        values[t] = Operator::combine(values[t], Transform::apply(elements[i]));
     });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <type_traits>
 
@@ -53,26 +54,78 @@ GPU_DEVICE void combineGroup(PerThread<T, N>& values, unsigned long t, Value val
     std::memcpy(&values[t], &row, sizeof row);
 }
 
-}  // namespace detail
-
 /// Combines the values of a block of `N` threads with what `value(i)` gives for the elements in [`begin`,
 /// `end`), which the threads take in turns and each in ascending order. No barrier follows.
 template <class Operator, class T, unsigned int N, class Element, class Value>
-GPU_DEVICE void combineWalk(Threads const& threads, PerThread<T, N>& values, Element const* elements,
-                            unsigned int begin, unsigned int end, Value value) {
+GPU_DEVICE void walkValues(Threads const& threads, PerThread<T, N>& values, Element const* elements,
+                           unsigned int begin, unsigned int end, Value value) {
     using Rows = LaneRows<sizeof(T)>;
-    auto const single = [&](unsigned int t, unsigned long i, unsigned int) {
+    auto const single = [&values, value](unsigned long t, unsigned long i, unsigned int) {
         values[t] = Operator::combine(values[t], value(i));
     };
     if constexpr (Rows::template hasInstructions<Operator>) {
         threads.walkGroups<N, Rows::lanes>(
             elements, begin, end,
-            [&](unsigned int t, unsigned long i, unsigned int) {
-                detail::combineGroup<Operator>(values, t, [&](unsigned int g) { return value(i + g); });
+            [&values, value](unsigned long t, unsigned long i, unsigned int) {
+                combineGroup<Operator>(values, t, [&](unsigned int g) { return value(i + g); });
             },
             single);
     } else {
         threads.walkRows<N>(elements, begin, end, single);
+    }
+}
+
+}  // namespace detail
+
+/// The total of a tally over `n` elements.
+template <class Tally>
+GPU_STEP long totalOf(typename Tally::Element const* elements, unsigned long n) {
+    using Number = typename Tally::Number;
+    constexpr unsigned int width = 256 / sizeof(*elements);
+    long total = 0;
+    unsigned long i = 0;
+    while (i + 4 * width <= n) {
+        Number numbers[width] = {};
+        for (unsigned int rows = 4; rows <= Tally::capacity && i + 4 * width <= n;
+             rows += 4, i += 4 * width) {
+            auto const* const from = elements + i;
+            prefetchAfter(from, 4 * width);
+#pragma GCC ivdep
+            for (unsigned long t = 0; t < width; ++t) {
+                numbers[t] +=
+                    static_cast<Number>(Tally::of(from[t]) + Tally::of(from[t + width]) +
+                                        Tally::of(from[t + 2 * width]) + Tally::of(from[t + 3 * width]));
+            }
+        }
+        for (Number number : numbers) total += static_cast<long>(number);
+    }
+    for (; i < n; ++i) total += static_cast<long>(Tally::of(elements[i]));
+    return total;
+}
+
+/// Combines the values of a block of `N` threads with what `Transform` makes of the elements in [`begin`,
+/// `end`), which the threads take in turns and each in ascending order. No barrier follows.
+template <class Operator, class Transform, class Tally, class T, unsigned int N, class Element>
+GPU_DEVICE void combineWalk(Threads const& threads, PerThread<T, N>& values, Element const* elements,
+                            unsigned int begin, unsigned int end) {
+    if constexpr (Tally::exists) {
+        using Tallied = typename Tally::Element;
+        if (begin >= end) return;
+        auto const* const tallied = reinterpret_cast<Tallied const*>(elements + begin);
+        unsigned long const n = 1ul * (end - begin) * (sizeof(Element) / sizeof(Tallied));
+        std::atomic<long> total{0};
+        auto const add = [&](unsigned long first, unsigned long last) {
+            total += totalOf<Tally>(tallied + first, last - first);
+        };
+        if (isShared(n * sizeof(Tallied))) {
+            shareOut(n, add);
+        } else {
+            add(0, n);
+        }
+        values[0] = Operator::combine(values[0], Tally::result(total));
+    } else {
+        detail::walkValues<Operator>(threads, values, elements, begin, end,
+                                     [elements](unsigned long i) { return Transform::apply(elements[i]); });
     }
 }
 

@@ -22,6 +22,22 @@ struct BlockPosition {
 /// it often and a call to find it would cost more than the read.
 extern __thread BlockPosition currentBlock __attribute__((tls_model("initial-exec")));
 
+/// Whether what the threads of the running block do over so many bytes is to be shared out among the workers
+/// of this device: long walks of grids that have fewer blocks than there are workers.
+bool isShared(unsigned long bytes);
+
+/// Calls `f(context, first, last)` for ranges that make up [0, n), one for each worker.
+void shareOut(unsigned long n, void (*f)(void const*, unsigned long, unsigned long), void const* context);
+
+/// The same with `f(first, last)`. The loops behind it are built once for all.
+template <class F>
+void shareOut(unsigned long n, F const& f) {
+    auto const call = [](void const* context, unsigned long first, unsigned long last) {
+        (*static_cast<F const*>(context))(first, last);
+    };
+    shareOut(n, call, &f);
+}
+
 /// The order of a grid's blocks: in groups of neighbours, because neighbours often share cache lines and
 /// pages; x fastest within a group and among the groups. Blocks of one row of threads share them along x
 /// alone: their groups are as wide as the grid.

@@ -89,7 +89,7 @@ struct Thread {
 template <class T, unsigned int N>
 class PerThread {
   public:
-    GPU_DEVICE T& operator[](unsigned int thread) { return values[thread]; }
+    GPU_DEVICE T& operator[](unsigned long thread) { return values[thread]; }
 
   private:
     T values[N];
@@ -139,8 +139,9 @@ class Threads {
 
     /// Goes over the elements in [`begin`, `end`) of an array: calls `f(t, i, row)` for every index `i`, by
     /// the thread `t` = (`i` - `begin`) mod `N` and in ascending order for each thread, whose calls are
-    /// counted by `row` from 0; `N` is the block's size. No barrier follows. Take `i` in 64 bits to index an
-    /// array with it: of a sum of 32 bits the compiler must fear that it wraps, and does not vectorise.
+    /// counted by `row` from 0; `N` is the block's size. No barrier follows. Take `t` and `i` in 64 bits to
+    /// index arrays with them: of numbers of 32 bits the compiler must fear that they wrap, and does not
+    /// vectorise. Long walks are shared out among the workers, by threads.
     template <unsigned int N, class T, class F>
     GPU_DEVICE void walkRows(T const* elements, unsigned int begin, unsigned int end, F f) const {
         walkGroups<N, 1>(elements, begin, end, f, f);
@@ -155,38 +156,53 @@ class Threads {
         // spread over the work: there is room for few lines on the way.
         constexpr unsigned int few = 128 / sizeof(T) < N ? 128 / sizeof(T) : N;
         static_assert(few % group == 0);
-        unsigned long i = begin;
-        unsigned int row = 0;
-        for (; i + 4 * N <= end; i += 4 * N, row += 4) {
-            for (unsigned int first = 0; first < N; first += few) {
-                for (unsigned int r = 0; r < 4; ++r) prefetchAfter(elements + i + r * N + first, few);
+        if (begin >= end) return;
+        // The same for the threads of some of the few. By value, and copied: memory is known to be no part of
+        // it.
+        auto const walkThreads = [=](unsigned long fromFew, unsigned long toFew) __attribute__((noinline)) {
+            auto const each = f;
+            auto const eachSingle = single;
+            T const* const array = elements;
+            unsigned long const from = fromFew * few, to = toFew * few, stop = end;
+            unsigned long i = begin;
+            unsigned int row = 0;
+            for (; i + 4 * N <= stop; i += 4 * N, row += 4) {
+                for (unsigned long first = from; first < to; first += few) {
+                    for (unsigned int r = 0; r < 4; ++r) prefetchAfter(array + i + r * N + first, few);
 #pragma GCC ivdep
-                for (unsigned int t = first; t < first + few; t += group) {
-                    f(t, i + t, row);
-                    f(t, i + t + N, row + 1);
-                    f(t, i + t + 2 * N, row + 2);
-                    f(t, i + t + 3 * N, row + 3);
+                    for (unsigned long g = 0; g < few; g += group) {
+                        unsigned long const t = first + g;
+                        each(t, i + t, row);
+                        each(t, i + t + N, row + 1);
+                        each(t, i + t + 2 * N, row + 2);
+                        each(t, i + t + 3 * N, row + 3);
+                    }
                 }
             }
-        }
-        for (; i + N <= end; i += N, ++row) {
-            prefetchAfter(elements + i, N);
+            for (; i + N <= stop; i += N, ++row) {
+                prefetchAfter(array + i + from, to - from);
 #pragma GCC ivdep
-            for (unsigned int t = 0; t < N; t += group) f(t, i + t, row);
-        }
-        unsigned int const left = i < end ? end - static_cast<unsigned int>(i) : 0;
-        unsigned int const whole = left - left % group;
+                for (unsigned long t = from; t < to; t += group) each(t, i + t, row);
+            }
+            unsigned long const left = i < stop ? std::min(stop - i, to) : 0;
+            unsigned long const whole = left - left % group;
 #pragma GCC ivdep
-        for (unsigned int t = 0; t < whole; t += group) f(t, i + t, row);
-        if constexpr (group > 1) {
-            for (unsigned int t = whole; t < left; ++t) single(t, i + t, row);
+            for (unsigned long t = from; t < whole; t += group) each(t, i + t, row);
+            if constexpr (group > 1) {
+                for (unsigned long t = std::max(from, whole); t < left; ++t) eachSingle(t, i + t, row);
+            }
+        };
+        if (isShared((end - begin) * sizeof(T))) {
+            shareOut(N / few, walkThreads);
+        } else {
+            walkThreads(0, N / few);
         }
     }
 
     /// The same without the count.
     template <unsigned int N, class T, class F>
     GPU_DEVICE void walk(T const* elements, unsigned int begin, unsigned int end, F f) const {
-        walkRows<N>(elements, begin, end, [&](unsigned int t, unsigned long i, unsigned int) { f(t, i); });
+        walkRows<N>(elements, begin, end, [f](unsigned long t, unsigned long i, unsigned int) { f(t, i); });
     }
 
   private:

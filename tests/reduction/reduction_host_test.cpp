@@ -1,11 +1,14 @@
+#include <tbb/task_arena.h>
 #include <gpuruntime/accumulation.hpp>
 #include <gpuruntime/reductions.hpp>
 
 #include <algorithm>
 #include <functional>
 #include <host_device.hpp>
+#include <limits>
 #include <string>
 
+#include "tests/reduction/shapes.hpp"
 #include "tests/support/device_array.hpp"
 
 namespace gpuruntime::testing {
@@ -295,6 +298,120 @@ TEST(ReductionDispatch, DoesNotTrapOnGroupsOfNone) {
     EXPECT_EQ(cudaSuccess, MaxWithIndex::Invoker<double>()(nullptr, out.data(), outIndex.data(), in.data(),
                                                            400, 200, 0, 1, true));
     expectSameBits({1.0, 201.0}, outIndex.values());
+}
+
+/// Whatever the families make of one vector, as bytes.
+template <class T>
+class OfOneVector {
+  public:
+    explicit OfOneVector(Elements<T> const& elements) : n(elements.size()), in(elements) {
+        for (bool includeNaN : {true, false}) {
+            add<SumNative, T>(includeNaN);
+            add<SumAsDouble, detail::AsDouble<T>>(includeNaN);
+            add<ProdNative, T>(includeNaN);
+            add<ProdAsDouble, detail::AsDouble<T>>(includeNaN);
+            add<All, bool>(includeNaN);
+            add<Any, bool>(includeNaN);
+            if constexpr (hasOrder) {
+                add<Max, T>(includeNaN);
+                add<Min, T>(includeNaN);
+                addWithIndex<MaxWithIndex>(includeNaN);
+                addWithIndex<MinWithIndex>(includeNaN);
+            }
+        }
+        addContiguous<CountNonZero, double>();
+        if constexpr (std::is_floating_point_v<internal::Part<T>>) {
+            addContiguous<HasNaN, bool>();
+            addContiguous<HasInf, bool>();
+            addContiguous<HasNaNOrInf, bool>();
+        }
+    }
+
+    std::vector<unsigned char> bytes;
+
+  private:
+    static constexpr bool hasOrder =
+        !internal::isComplex<T> || std::is_floating_point_v<internal::Part<T>>;  // not of integer pairs
+
+    template <class Family, class TOut>
+    void add(bool includeNaN) {
+        DeviceArray<TOut> out(1);
+        EXPECT_EQ(cudaSuccess, typename Family::template Invoker<T>()(nullptr, out.data(), in.data(), n, n, 1,
+                                                                      includeNaN));
+        append(out.data());
+    }
+
+    template <class Family>
+    void addWithIndex(bool includeNaN) {
+        DeviceArray<T> out(1);
+        DeviceArray<double> outIndex(1);
+        EXPECT_EQ(cudaSuccess, typename Family::template Invoker<T>()(nullptr, out.data(), outIndex.data(),
+                                                                      in.data(), n, n, 1, 1, includeNaN));
+        append(out.data());
+        append(outIndex.data());
+    }
+
+    template <class Family, class TOut>
+    void addContiguous() {
+        DeviceArray<TOut> out(1);
+        EXPECT_EQ(cudaSuccess, typename Family::template Invoker<T>()(nullptr, out.data(), in.data(), n, n));
+        append(out.data());
+    }
+
+    template <class V>
+    void append(V const* value) {
+        auto const* const first = reinterpret_cast<unsigned char const*>(value);
+        bytes.insert(bytes.end(), first, first + sizeof(V));
+    }
+
+    unsigned long n;
+    DeviceArray<T> in;
+};
+
+template <class T>
+class OneVector : public ::testing::Test {};
+TYPED_TEST_SUITE(OneVector, TestTypes<internal::All>);
+
+// So long a vector is shared out among the threads, though one block reduces it.
+TYPED_TEST(OneVector, AnyNumberOfThreadsGivesTheSameResult) {
+    unsigned long const n = 700001;
+    for (Elements<TypeParam> const& elements : reductionInputs<TypeParam>(n)) {
+        std::vector<std::vector<unsigned char>> results;
+        for (int numThreads : {1, 2, 3, 8}) {
+            tbb::task_arena arena(numThreads);
+            arena.execute([&] { results.push_back(OfOneVector<TypeParam>(elements).bytes); });
+        }
+        for (auto const& result : results) EXPECT_TRUE(result == results[0]);
+    }
+}
+
+template <class T>
+class LongVector : public ::testing::Test {};
+TYPED_TEST_SUITE(LongVector, TestTypes<internal::Floating>);
+
+// Wherever it stands, the one element that counts is found.
+TYPED_TEST(LongVector, NoElementIsPassedOver) {
+    using T = TypeParam;
+    unsigned long const n = 300001;
+    DeviceArray<bool> flags(3);
+    DeviceArray<double> count(1);
+    for (unsigned long at : {0ul, 255ul, 256ul, n / 2, n / 2 + 1, n - 257, n - 2, n - 1}) {
+        SCOPED_TRACE(at);
+        Elements<T> elements(n);
+        auto const infinity = std::numeric_limits<internal::Part<T>>::infinity();
+        if constexpr (internal::isComplex<T>) {
+            elements[at].y = infinity;
+        } else {
+            elements[at] = infinity;
+        }
+        DeviceArray<T> in(elements);
+        EXPECT_EQ(cudaSuccess, Any::Invoker<T>()(nullptr, flags.data(), in.data(), n, n, 1, true));
+        EXPECT_EQ(cudaSuccess, HasInf::Invoker<T>()(nullptr, flags.data() + 1, in.data(), n, n));
+        EXPECT_EQ(cudaSuccess, HasNaN::Invoker<T>()(nullptr, flags.data() + 2, in.data(), n, n));
+        EXPECT_EQ(cudaSuccess, CountNonZero::Invoker<T>()(nullptr, count.data(), in.data(), n, n));
+        expectSameBits({true, true, false}, flags.values());
+        expectSameBits({1.0}, count.values());
+    }
 }
 
 }  // namespace

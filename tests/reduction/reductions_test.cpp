@@ -413,5 +413,28 @@ TEST(Reduction, SteppedInBothDimensionsWritesADiagonal) {
     expectSameBits(expectedMaxima, positions.values());  // each maximum, 1, is the first element
 }
 
+/// Of one element for all, in which every count and every sum is exact.
+template <class T>
+void expectExact(T element, double asNumber) {
+    unsigned long const n = 300001;
+    DeviceArray<T> in(Elements<T>(n, element));
+    DeviceArray<double> out(2);
+    ASSERT_EQ(cudaSuccess, CountNonZero::Invoker<T>()(nullptr, out.data(), in.data(), n, n));
+    ASSERT_EQ(cudaSuccess, SumAsDouble::Invoker<T>()(nullptr, out.data() + 1, in.data(), n, n, 1, true));
+    expectSameBits({static_cast<double>(n), static_cast<double>(n) * asNumber}, out.values());
+}
+
+TEST(Reduction, CountsAndSumsOfManyNarrowElementsAreExact) {
+    expectExact<bool>(true, 1);
+    expectExact<signed char>(-128, -128);
+    expectExact<signed char>(127, 127);
+    expectExact<double>(-0.5, -0.5);
+#ifndef KVGPURUNTIME_SAMPLE_INSTANCES
+    expectExact<unsigned char>(255, 255);
+    expectExact<short>(-32768, -32768);
+    expectExact<unsigned short>(65535, 65535);
+#endif
+}
+
 }  // namespace
 }  // namespace gpuruntime::testing
