@@ -154,6 +154,12 @@ class TileThreads {
         if (threadIdx.x < limit.x && threadIdx.y < limit.y) forEach(f);
     }
 
+    /// Calls `f(thread)` for every thread of a block that is known to be `X` by `Y`; no barrier follows.
+    template <unsigned int X, unsigned int Y, class F>
+    GPU_DEVICE void forEachOf(F f) const {
+        forEach(f);
+    }
+
     /// Calls `f(thread)` for every thread, then the block meets at a barrier.
     template <class F>
     GPU_DEVICE void phase(F f) const {

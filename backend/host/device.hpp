@@ -251,6 +251,15 @@ class TileThreads {
         }
     }
 
+    /// Calls `f(thread)` for every thread of a block that is known to be `X` by `Y`; no barrier follows.
+    template <unsigned int X, unsigned int Y, class F>
+    GPU_DEVICE void forEachOf(F f) const {
+        for (unsigned int y = 0; y < Y; ++y) {
+#pragma GCC ivdep
+            for (unsigned int x = 0; x < X; ++x) f(Thread{x, y, 0});
+        }
+    }
+
     /// Calls `f(thread)` for every thread, then the block meets at a barrier.
     template <class F>
     GPU_DEVICE void phase(F f) const {

@@ -1,0 +1,157 @@
+#pragma once
+
+#include <immintrin.h>
+
+#include "frame/complex.hpp"
+#include "lane_rows.hpp"
+#include "padded.hpp"
+#include "rows.hpp"
+
+namespace gpuruntime::backend {
+
+namespace detail {
+
+/// Parts of elements, one a lane, and what adds a tap times them to their sums.
+template <class P>
+struct PartLanes {
+    using Row [[gnu::vector_size(32)]] = P;
+    static constexpr unsigned int count = 32 / sizeof(P);
+
+    static GPU_DEVICE Row load(P const* from) {
+        Row row;
+        std::memcpy(&row, from, sizeof row);
+        return row;
+    }
+
+    static GPU_DEVICE void store(P* to, Row row) { std::memcpy(to, &row, sizeof row); }
+
+    static GPU_DEVICE Row all(P value) { return value - Row{}; }
+
+    static GPU_DEVICE Row fma(Row a, Row b, Row c) {
+        if constexpr (sizeof(P) == 4) {
+            return _mm256_fmadd_ps(a, b, c);
+        } else {
+            return _mm256_fmadd_pd(a, b, c);
+        }
+    }
+
+    /// The parts of pairs exchanged.
+    static GPU_DEVICE Row exchanged(Row row) {
+        if constexpr (sizeof(P) == 4) {
+            return _mm256_permute_ps(row, 0xb1);
+        } else {
+            return _mm256_permute_pd(row, 0x5);
+        }
+    }
+};
+
+/// A tap for each lane, and how it is added: as `multiplyAdd` does.
+template <class T, class P = internal::Part<T>>
+struct TapLanes {
+    using Lanes = PartLanes<P>;
+    using Row = typename Lanes::Row;
+
+    GPU_DEVICE explicit TapLanes(T tap) : values(Lanes::all(tap)) {}
+
+    GPU_DEVICE Row multiplyAdd(Row elements, Row sums) const { return Lanes::fma(values, elements, sums); }
+
+  private:
+    Row values;
+};
+
+template <class T>
+struct TapLanes<T, std::enable_if_t<internal::isComplex<T>, internal::Part<T>>> {
+    using Lanes = PartLanes<internal::Part<T>>;
+    using Row = typename Lanes::Row;
+
+    GPU_DEVICE explicit TapLanes(T tap) : real(Lanes::all(tap.x)), imaginary(Lanes::all(tap.y)) {
+        for (unsigned int g = 0; g < Lanes::count; g += 2) imaginary[g] = -tap.y;
+    }
+
+    GPU_DEVICE Row multiplyAdd(Row elements, Row sums) const {
+        return Lanes::fma(imaginary, Lanes::exchanged(elements), Lanes::fma(real, elements, sums));
+    }
+
+  private:
+    Row real, imaginary;
+};
+
+/// sums[i] = the sum over j of taps[j] * elements[i - j * stride], in ascending order of j, for `n` sums.
+template <class T>
+GPU_STEP void sumTaps(T* sums, T const* elements, unsigned long n, unsigned long stride, T const* taps,
+                      unsigned int numTaps) {
+    using P = internal::Part<T>;
+    using Lanes = PartLanes<P>;
+    using Row = typename Lanes::Row;
+    constexpr unsigned int numRows = 8;  // as many as hide the latency of a fused step in two units
+    constexpr unsigned int numParts = sizeof(T) / sizeof(P), group = numRows * Lanes::count;
+    auto* const to = reinterpret_cast<P*>(sums);
+    for (unsigned long i = 0; i < n * numParts; i += group) {
+        P const* from = reinterpret_cast<P const*>(elements) + i;
+        Row rows[numRows] = {};
+        for (unsigned int j = 0; j < numTaps; ++j, from -= stride * numParts) {
+            TapLanes<T> const tap(taps[j]);
+            unrolled<numRows>(
+                [&](auto r) { rows[r] = tap.multiplyAdd(Lanes::load(from + r * Lanes::count), rows[r]); });
+        }
+        unrolled<numRows>([&](auto r) { Lanes::store(to + i + r * Lanes::count, rows[r]); });
+    }
+}
+
+}  // namespace detail
+
+/// The input of a block that filters a matrix along a dimension, with zeros around it, and the sums of its
+/// `X` by `Y` threads. A thread has `K` sums, a block's extent apart in dimension `along`; the tile has
+/// `halo` more elements before them.
+template <class T, unsigned int along, unsigned int X, unsigned int Y, unsigned int K, unsigned int halo>
+class FilterTile {
+    static constexpr unsigned int sumsX = along == 0 ? X * K : X, sumsY = along == 0 ? Y : Y * K;
+    static constexpr unsigned int haloX = along == 0 ? halo : 0, haloY = along == 0 ? 0 : halo;
+
+  public:
+    struct Elements {
+        alignas(64) T rows[sumsY + haloY][sumsX + haloX];
+    };
+
+    GPU_DEVICE explicit FilterTile(Elements& elements) : elements(elements) {}
+
+    /// Reads the tile whose results begin at the position `base`; then the block meets at a barrier.
+    GPU_DEVICE void load(T const* in, uint2 base, uint2 size) {
+        loadPadded(elements.rows, in, uint2{base.x - haloX, base.y - haloY}, size);
+    }
+
+    /// The sums of the taps j times the elements j before a result's position, in ascending order of j.
+    template <unsigned int numUnrolled>
+    GPU_DEVICE void sum(T const* taps, unsigned int numTaps) {
+        if constexpr (along == 0) {
+            for (unsigned int y = 0; y < sumsY; ++y) {
+                detail::sumTaps(sums[y], elements.rows[y] + halo, sumsX, 1, taps, numTaps);
+            }
+        } else {
+            detail::sumTaps(sums[0], elements.rows[halo], sumsX * sumsY, sumsX, taps, numTaps);
+        }
+    }
+
+    /// Calls `f(row, y, k)` for the `k`-th sums of a row of threads.
+    template <class F>
+    GPU_DEVICE void forEachRow(F f) const {
+        for (unsigned int y = 0; y < Y; ++y) {
+            for (unsigned int k = 0; k < K; ++k) f(Row(0, X), y, k);
+        }
+    }
+
+    GPU_DEVICE T sumOf(unsigned long x, unsigned int y, unsigned int k) const {
+        return along == 0 ? sums[y][k * X + x] : sums[k * Y + y][x];
+    }
+
+  private:
+    Elements& elements;
+    alignas(64) T sums[sumsY][sumsX];
+};
+
+/// How many taps of a filter of `n` known ones are unrolled: none, since a loop over them costs as little,
+/// and filters of all lengths share it.
+template <unsigned int n>
+inline constexpr unsigned int unrolledTaps = 0;
+
+}  // namespace gpuruntime::backend
