@@ -78,3 +78,9 @@ KVGPU_CONVERSION(__float2ull_rz, float, unsigned long long)
 
 inline long long __double_as_longlong(double value) { return gpuruntime::fibers::sameBits<long long>(value); }
 inline double __longlong_as_double(long long bits) { return gpuruntime::fibers::sameBits<double>(bits); }
+
+/// A load from memory that no kernel writes meanwhile.
+template <class T>
+inline T __ldg(T const* from) {
+    return *from;
+}
