@@ -2,6 +2,7 @@
 
 #include "backend/multiply_add.hpp"
 #include "filtering/filter_memory.hpp"
+#include "filtering/prefetch.hpp"
 #include "filtering/tap_counts.hpp"
 #include "frame/fixed_block.hpp"
 #include "padded.hpp"
@@ -26,6 +27,10 @@ struct ConvolutionSquareKernel {
                                  uint2 inSize, uint2 offset) {
         uint2 const first{at.blockX * blockX, at.blockY * blockY * rowsPerThread};
         if (first.x >= outSize.x || first.y >= outSize.y) return;
+        long const inX = static_cast<int>(first.x + offset.x - (S - 1));
+        long const inY = static_cast<int>(first.y + offset.y - (S - 1));
+        prefetchCloseTiles<blockX, Window::height>(in, inSize, inX, inY);
+        prefetchCloseTiles<blockX, blockY * rowsPerThread>(out, outSize, first.x, first.y);
         Window const window(in, {first.x + offset.x - (S - 1), first.y + offset.y - (S - 1)}, inSize);
         Sums sums[rowsPerThread];
         T const* const taps = filter.taps<T>();
@@ -35,13 +40,13 @@ struct ConvolutionSquareKernel {
             for (unsigned int row = 0; row < S + rowsPerThread - 1; ++row)
                 addRow(result, row, window, t, taps);
             GPU_UNROLL
-            for (unsigned int r = 0; r < rowsPerThread; ++r) sums[r][t.y * blockX + t.x] = result[r];
+            for (unsigned int r = 0; r < rowsPerThread; ++r) sums[r][1ul * t.y * blockX + t.x] = result[r];
         });
         for (unsigned int r = 0; r < rowsPerThread && first.y + r < outSize.y; ++r) {
             unsigned int const rows = (outSize.y - first.y - r - 1) / rowsPerThread + 1;
             T* const to = out + (1ul * (first.y + r) * outSize.x + first.x);
             at.threads.forEach(dim3(outSize.x - first.x, rows), [&](backend::Thread t) {
-                to[1ul * t.y * rowsPerThread * outSize.x + t.x] = sums[r][t.y * blockX + t.x];
+                to[1ul * t.y * rowsPerThread * outSize.x + t.x] = sums[r][1ul * t.y * blockX + t.x];
             });
         }
     }

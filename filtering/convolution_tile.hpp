@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filter_tile.hpp"
+#include "filtering/prefetch.hpp"
 #include "frame/fixed_block.hpp"
 #include "reduction/operators.hpp"
 
@@ -30,6 +31,10 @@ struct ConvolutionTile {
                                     unsigned int numTaps) {
         using Tile = backend::FilterTile<T, along, X, Y, K, halo>;
         GPU_SHARED typename Tile::Elements elements;
+        if constexpr (along == 1) {
+            prefetchCloseTiles<X, sizeY + halo>(in, to.inSize, base.x, static_cast<long>(base.y) - halo);
+            prefetchCloseTiles<X, sizeY>(out, to.outSize, placeX(base, to), placeY(base, to));
+        }
         Tile tile(elements);
         tile.load(in, base, to.inSize);
         tile.template sum<numUnrolled>(taps, numTaps);
@@ -37,34 +42,57 @@ struct ConvolutionTile {
     }
 
   private:
+    /// The place in the output of the first thread's first sum, or before it.
+    static GPU_DEVICE long placeX(uint2 base, Placement const& to) {
+        return static_cast<long>(base.x + to.shift.x) - to.trim.x;
+    }
+    static GPU_DEVICE long placeY(uint2 base, Placement const& to) {
+        return static_cast<long>(base.y + to.shift.y) - to.trim.y;
+    }
+
     /// A thread whose first sum is trimmed away drops them all.
     template <class Tile>
     static GPU_DEVICE void store(Tile const& tile, T* out, uint2 base, Placement const& to) {
-        unsigned int const firstX = base.x + to.shift.x, firstY = base.y + to.shift.y;
-        unsigned int const begin = to.trim.x > firstX ? to.trim.x - firstX : 0;
+        long const firstX = placeX(base, to), firstY = placeY(base, to);
         bool const isInterior = along == 0 ? base.x >= halo && base.x + (sizeX - 1) < to.interiorEnd.x
                                            : base.y >= halo && base.y + (sizeY - 1) < to.interiorEnd.y;
-        bool const streamed = to.overwrites && backend::isStreamed<T>(1ul * to.outSize.x * to.outSize.y);
+        bool const isWhole = firstX >= 0 && firstX + sizeX <= to.outSize.x && firstY >= 0 &&
+                             firstY + sizeY <= to.outSize.y;
+        auto const lineOf = [&](unsigned int y, unsigned int k) {
+            unsigned int const stepX = along == 0 ? k * X : 0, stepY = along == 0 ? 0 : k * Y;
+            return out + ((firstY + y + stepY) * to.outSize.x + firstX + stepX);
+        };
+        if (isWhole) {
+            tile.forEachRow([&](backend::Row row, unsigned int y, unsigned int k) GPU_INLINE {
+                put(tile, row, lineOf(y, k), y, k, to);
+            });
+            return;
+        }
         tile.forEachRow([&](backend::Row row, unsigned int y, unsigned int k) GPU_INLINE {
-            if (firstY + y < to.trim.y) return;
-            long const outX = static_cast<long>(firstX) - to.trim.x + (along == 0 ? k * X : 0);
-            unsigned int const outY = firstY + y - to.trim.y + (along == 0 ? 0 : k * Y);
+            if (firstY + y < 0) return;
+            long const outX = firstX + (along == 0 ? k * X : 0), outY = firstY + y + (along == 0 ? 0 : k * Y);
             long end = outY < to.outSize.y ? to.outSize.x - outX : 0;
             if (along == 0 && isInterior && base.y + y < to.interiorEnd.y) end = X;
             if (along == 1 && isInterior) end = larger(end, static_cast<long>(to.interiorEnd.x) - base.x);
-            backend::Row const stored = row.within(begin, end <= 0  ? 0
-                                                          : end < X ? static_cast<unsigned int>(end)
-                                                                    : X);
-            T* const line = out + (static_cast<long>(1ul * outY * to.outSize.x) + outX);
-            if (to.overwrites) {
-                backend::storeRow(stored, line, streamed,
-                                  [&](unsigned int, unsigned long x) { return tile.sumOf(x, y, k); });
-            } else {
-                stored.forEach([&](unsigned long x) {
-                    line[x] = reductionoperators::Sum<T>::combine(line[x], tile.sumOf(x, y, k));
-                });
-            }
+            put(tile, row.within(withinRow(-firstX), withinRow(end)), lineOf(y, k), y, k, to);
         });
+    }
+
+    /// The sums of a row of threads at their places in a line of the output.
+    template <class Tile>
+    static GPU_DEVICE void put(Tile const& tile, backend::Row row, T* line, unsigned int y, unsigned int k,
+                               Placement const& to) {
+        if (to.overwrites) {
+            tile.forEachSum(row, y, k, [&](unsigned long x, T sum) { line[x] = sum; });
+        } else {
+            tile.forEachSum(row, y, k, [&](unsigned long x, T sum) {
+                line[x] = reductionoperators::Sum<T>::combine(line[x], sum);
+            });
+        }
+    }
+
+    static GPU_DEVICE unsigned int withinRow(long x) {
+        return x < 0 ? 0 : x < X ? static_cast<unsigned int>(x) : X;
     }
 
     static GPU_DEVICE long larger(long a, long b) { return a > b ? a : b; }

@@ -56,7 +56,11 @@ class FilterTile {
         for (unsigned int k = 0; k < K; ++k) f(Row(threadIdx.x, true), threadIdx.y, k);
     }
 
-    GPU_DEVICE T sumOf(unsigned int /*x*/, unsigned int /*y*/, unsigned int k) const { return sums[k]; }
+    /// Calls `f(x, sum)` for the `k`-th sums of a row of threads.
+    template <class F>
+    GPU_DEVICE void forEachSum(Row row, unsigned int /*y*/, unsigned int k, F f) const {
+        row.forEach([&](unsigned int x) { f(x, sums[k]); });
+    }
 
   private:
     GPU_DEVICE static unsigned int ownAlong() { return along == 0 ? threadIdx.x : threadIdx.y; }

@@ -35,6 +35,17 @@ struct PartLanes {
         }
     }
 
+    /// The values, negated in the lanes of real parts.
+    static GPU_DEVICE Row negatedInReal(Row row) {
+        Row signs{};
+        for (unsigned int g = 0; g < count; g += 2) signs[g] = P(-0.0);
+        if constexpr (sizeof(P) == 4) {
+            return _mm256_xor_ps(row, signs);
+        } else {
+            return _mm256_xor_pd(row, signs);
+        }
+    }
+
     /// The parts of pairs exchanged.
     static GPU_DEVICE Row exchanged(Row row) {
         if constexpr (sizeof(P) == 4) {
@@ -64,9 +75,8 @@ struct TapLanes<T, std::enable_if_t<internal::isComplex<T>, internal::Part<T>>> 
     using Lanes = PartLanes<internal::Part<T>>;
     using Row = typename Lanes::Row;
 
-    GPU_DEVICE explicit TapLanes(T tap) : real(Lanes::all(tap.x)), imaginary(Lanes::all(tap.y)) {
-        for (unsigned int g = 0; g < Lanes::count; g += 2) imaginary[g] = -tap.y;
-    }
+    GPU_DEVICE explicit TapLanes(T tap)
+        : real(Lanes::all(tap.x)), imaginary(Lanes::negatedInReal(Lanes::all(tap.y))) {}
 
     GPU_DEVICE Row multiplyAdd(Row elements, Row sums) const {
         return Lanes::fma(imaginary, Lanes::exchanged(elements), Lanes::fma(real, elements, sums));
@@ -140,8 +150,15 @@ class FilterTile {
         }
     }
 
-    GPU_DEVICE T sumOf(unsigned long x, unsigned int y, unsigned int k) const {
-        return along == 0 ? sums[y][k * X + x] : sums[k * Y + y][x];
+    /// Calls `f(x, sum)` for the `k`-th sums of a row of threads.
+    template <class F>
+    GPU_DEVICE void forEachSum(Row row, unsigned int y, unsigned int k, F f) const {
+        T const* const from = along == 0 ? sums[y] + k * X : sums[k * Y + y];
+        unsigned long const end = row.begin() + row.size();
+        // Rows are short and most are whole: it stays a loop until it is vectorised.
+#pragma GCC ivdep
+#pragma GCC unroll 1
+        for (unsigned long x = row.begin(); x < end; ++x) f(x, from[x]);
     }
 
   private:

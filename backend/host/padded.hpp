@@ -15,6 +15,7 @@ GPU_DEVICE void copyPadded(T* to, unsigned long n, T const* in, unsigned int fir
     unsigned int const from = first + static_cast<unsigned int>(begin);
     unsigned long const end = std::min(n, begin + (from < size ? size - from : 0));
     for (unsigned long i = 0; i < begin; ++i) to[i] = T{};
+#pragma GCC ivdep
     for (unsigned long i = begin; i < end; ++i) to[i] = in[from + (i - begin)];
     for (unsigned long i = end; i < n; ++i) to[i] = T{};
 }
@@ -28,6 +29,7 @@ GPU_DEVICE void loadPadded(T (&tile)[height][width], T const* in, uint2 first, u
     if (isInside) {
         T const* const from = in + (1ul * first.y * size.x + first.x);
         for (unsigned long y = 0; y < height; ++y) {
+#pragma GCC ivdep
             for (unsigned long x = 0; x < width; ++x) tile[y][x] = from[y * size.x + x];
         }
         return;
@@ -41,9 +43,11 @@ GPU_DEVICE void loadPadded(T (&tile)[height][width], T const* in, uint2 first, u
 
 /// A matrix with zeros around it: a window of `width` by `height` elements from `first` on, which is copied
 /// once.
-template <class T, unsigned int width, unsigned int height>
+template <class T, unsigned int width, unsigned int numRows>
 class PaddedWindow {
   public:
+    static constexpr unsigned int height = numRows;
+
     GPU_DEVICE PaddedWindow(T const* in, uint2 first, uint2 size) { loadPadded(elements, in, first, size); }
 
     GPU_DEVICE T at(unsigned int x, unsigned int y) const { return elements[y][x]; }
