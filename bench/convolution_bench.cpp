@@ -1,5 +1,5 @@
-// Convolutions: fused steps (a product of real numbers and its addition) and bytes read and written, each per second.
-// `Peak` and `Copy` are the roofs, and a label tells the percentage of the first.
+// Convolutions: fused steps (a product of real numbers and its addition) and bytes read and written, each per
+// second. `Peak` and `Copy` are the roofs, and a label tells the percentage of the first.
 
 #include <benchmark/benchmark.h>
 #include <gpuruntime/convolution.hpp>
@@ -137,8 +137,8 @@ void convolveMatrix(T* out, T const* in, T const* filter, KernelType type) {
     sizes.interiorEndDim0 = width + sizes.startDim0;
     sizes.interiorEndDim1 = height + sizes.startDim1;
     sizes.firstPiece = true;
-    bench::check(ConvolutionMatrix::Invoker<T, mpl_::integral_c<int, N>>()(nullptr, out, in, filter, extents, extents,
-                                                                           sizes, 2ul, type));
+    bench::check(ConvolutionMatrix::Invoker<T, mpl_::integral_c<int, N>>()(nullptr, out, in, filter, extents,
+                                                                           extents, sizes, 2ul, type));
 }
 
 template <class T, int N, KernelType type>
@@ -153,7 +153,8 @@ void Matrix(benchmark::State& state) {
 
 template <class T, int N>
 void Separable(benchmark::State& state) {
-    DeviceMemory<T> in(values<T>(width * height)), filter(values<T>(N)), between(width * height), out(width * height);
+    DeviceMemory<T> in(values<T>(width * height)), filter(values<T>(N)), between(width * height),
+        out(width * height);
     for (auto _ : state) {
         convolveMatrix<T, N>(between.data(), in.data(), filter.data(), KernelType::Row);
         convolveMatrix<T, N>(out.data(), between.data(), filter.data(), KernelType::Column);
@@ -167,8 +168,8 @@ void Square(benchmark::State& state) {
     DeviceMemory<T> in(values<T>(width * height)), filter(values<T>(S * S)), out(width * height);
     unsigned long const extents[] = {width, height}, offsets[] = {S / 2, S / 2};
     for (auto _ : state) {
-        bench::check(ConvolutionSquare::Invoker<T, mpl_::size_t<S>>()(nullptr, out.data(), in.data(), filter.data(),
-                                                                      extents, extents, 2, offsets, {}));
+        bench::check(ConvolutionSquare::Invoker<T, mpl_::size_t<S>>()(
+            nullptr, out.data(), in.data(), filter.data(), extents, extents, 2, offsets, {}));
         bench::finish();
     }
     report<T>(state, width * height, S * S);
@@ -176,7 +177,7 @@ void Square(benchmark::State& state) {
 
 BENCHMARK_TEMPLATE(Peak, float)->UseRealTime();
 BENCHMARK_TEMPLATE(Peak, double)->UseRealTime();
-BENCHMARK(Copy)->Arg(vectorLength * 4)->Arg(vectorLength * 8)->Arg(width * height * 4)->UseRealTime();
+BENCHMARK(Copy)->Arg(vectorLength * 4)->Arg(vectorLength * 8)->Arg(width* height * 4)->UseRealTime();
 
 #define KVGPU_VECTORS(T, N) BENCHMARK_TEMPLATE(Vector, T, N)->UseRealTime();
 KVGPU_VECTORS(float, 1)
@@ -192,8 +193,8 @@ KVGPU_VECTORS(double, 64)
 KVGPU_VECTORS(float2, 12)
 KVGPU_VECTORS(double2, 12)
 
-#define KVGPU_MATRICES(T, N)                                              \
-    BENCHMARK_TEMPLATE(Matrix, T, N, KernelType::Column)->UseRealTime();  \
+#define KVGPU_MATRICES(T, N)                                             \
+    BENCHMARK_TEMPLATE(Matrix, T, N, KernelType::Column)->UseRealTime(); \
     BENCHMARK_TEMPLATE(Matrix, T, N, KernelType::Row)->UseRealTime();
 KVGPU_MATRICES(float, 1)
 KVGPU_MATRICES(float, 3)

@@ -37,8 +37,32 @@ struct ConvolutionTile {
         }
         Tile tile(elements);
         tile.load(in, base, to.inSize);
-        tile.template sum<numUnrolled>(taps, numTaps);
-        store(tile, out, base, to);
+
+        long const firstX = placeX(base, to), firstY = placeY(base, to);
+        bool const isWhole =
+            firstX >= 0 && firstX + sizeX <= to.outSize.x && firstY >= 0 && firstY + sizeY <= to.outSize.y;
+        T* const lines = out + (firstY * to.outSize.x + firstX);
+        T* const stored = isWhole && to.overwrites ? lines : nullptr;
+        if (tile.template sum<numUnrolled>(taps, numTaps, stored, to.outSize.x)) return;
+        auto const lineOf = [&](unsigned int y, unsigned int k) {
+            return lines + (1ul * (along == 0 ? y : k * Y + y) * to.outSize.x + (along == 0 ? k * X : 0));
+        };
+        if (isWhole) {
+            tile.forEachRow([&](backend::Row row, unsigned int y, unsigned int k)
+                                GPU_INLINE { put(tile, row, lineOf(y, k), y, k, to); });
+            return;
+        }
+        // A thread whose first sum is trimmed away drops them all.
+        bool const isInterior = along == 0 ? base.x >= halo && base.x + (sizeX - 1) < to.interiorEnd.x
+                                           : base.y >= halo && base.y + (sizeY - 1) < to.interiorEnd.y;
+        tile.forEachRow([&](backend::Row row, unsigned int y, unsigned int k) GPU_INLINE {
+            if (firstY + y < 0) return;
+            long const outX = firstX + (along == 0 ? k * X : 0), outY = firstY + y + (along == 0 ? 0 : k * Y);
+            long end = outY < to.outSize.y ? to.outSize.x - outX : 0;
+            if (along == 0 && isInterior && base.y + y < to.interiorEnd.y) end = X;
+            if (along == 1 && isInterior) end = larger(end, static_cast<long>(to.interiorEnd.x) - base.x);
+            put(tile, row.within(withinRow(-firstX), withinRow(end)), lineOf(y, k), y, k, to);
+        });
     }
 
   private:
@@ -48,34 +72,6 @@ struct ConvolutionTile {
     }
     static GPU_DEVICE long placeY(uint2 base, Placement const& to) {
         return static_cast<long>(base.y + to.shift.y) - to.trim.y;
-    }
-
-    /// A thread whose first sum is trimmed away drops them all.
-    template <class Tile>
-    static GPU_DEVICE void store(Tile const& tile, T* out, uint2 base, Placement const& to) {
-        long const firstX = placeX(base, to), firstY = placeY(base, to);
-        bool const isInterior = along == 0 ? base.x >= halo && base.x + (sizeX - 1) < to.interiorEnd.x
-                                           : base.y >= halo && base.y + (sizeY - 1) < to.interiorEnd.y;
-        bool const isWhole = firstX >= 0 && firstX + sizeX <= to.outSize.x && firstY >= 0 &&
-                             firstY + sizeY <= to.outSize.y;
-        auto const lineOf = [&](unsigned int y, unsigned int k) {
-            unsigned int const stepX = along == 0 ? k * X : 0, stepY = along == 0 ? 0 : k * Y;
-            return out + ((firstY + y + stepY) * to.outSize.x + firstX + stepX);
-        };
-        if (isWhole) {
-            tile.forEachRow([&](backend::Row row, unsigned int y, unsigned int k) GPU_INLINE {
-                put(tile, row, lineOf(y, k), y, k, to);
-            });
-            return;
-        }
-        tile.forEachRow([&](backend::Row row, unsigned int y, unsigned int k) GPU_INLINE {
-            if (firstY + y < 0) return;
-            long const outX = firstX + (along == 0 ? k * X : 0), outY = firstY + y + (along == 0 ? 0 : k * Y);
-            long end = outY < to.outSize.y ? to.outSize.x - outX : 0;
-            if (along == 0 && isInterior && base.y + y < to.interiorEnd.y) end = X;
-            if (along == 1 && isInterior) end = larger(end, static_cast<long>(to.interiorEnd.x) - base.x);
-            put(tile, row.within(withinRow(-firstX), withinRow(end)), lineOf(y, k), y, k, to);
-        });
     }
 
     /// The sums of a row of threads at their places in a line of the output.

@@ -37,9 +37,10 @@ class FilterTile {
     }
 
     /// The sums of the taps j times the elements j before a result's position, in ascending order of j. The
-    /// first `numUnrolled` taps, which there are, are unrolled.
+    /// first `numUnrolled` taps, which there are, are unrolled. If `lines` are given, the block's lines in
+    /// the output, `outPitch` apart, the sums may be stored there; whether they are is returned.
     template <unsigned int numUnrolled>
-    GPU_DEVICE void sum(T const* taps, unsigned int numTaps) {
+    GPU_DEVICE bool sum(T const* taps, unsigned int numTaps, T* /*lines*/, unsigned long /*outPitch*/) {
         GPU_UNROLL
         for (unsigned int k = 0; k < K; ++k) sums[k] = T{};
         if constexpr (numUnrolled > 0) {
@@ -47,6 +48,7 @@ class FilterTile {
             for (unsigned int j = 0; j < numUnrolled; ++j) add(taps, j);
         }
         for (unsigned int j = numUnrolled; j < numTaps; ++j) add(taps, j);
+        return false;
     }
 
     /// Calls `f(row, y, k)` for the `k`-th sums of a row of threads.

@@ -86,25 +86,31 @@ struct TapLanes<T, std::enable_if_t<internal::isComplex<T>, internal::Part<T>>> 
     Row real, imaginary;
 };
 
-/// sums[i] = the sum over j of taps[j] * elements[i - j * stride], in ascending order of j, for `n` sums.
+/// to[i] = the sum over j of taps[j] * from[i - j * stride], in ascending order of j, for `n` sums. Memory
+/// that is read and written `ahead` elements later is fetched meanwhile, unless that is 0.
 template <class T>
-GPU_STEP void sumTaps(T* sums, T const* elements, unsigned long n, unsigned long stride, T const* taps,
-                      unsigned int numTaps) {
+GPU_STEP void sumTaps(T* to, T const* from, unsigned long n, unsigned long stride, T const* taps,
+                      unsigned int numTaps, unsigned long ahead) {
     using P = internal::Part<T>;
     using Lanes = PartLanes<P>;
     using Row = typename Lanes::Row;
     constexpr unsigned int numRows = 8;  // as many as hide the latency of a fused step in two units
     constexpr unsigned int numParts = sizeof(T) / sizeof(P), group = numRows * Lanes::count;
-    auto* const to = reinterpret_cast<P*>(sums);
+    auto* const sums = reinterpret_cast<P*>(to);
+    auto const* const elements = reinterpret_cast<P const*>(from);
     for (unsigned long i = 0; i < n * numParts; i += group) {
-        P const* from = reinterpret_cast<P const*>(elements) + i;
+        if (ahead != 0) {
+            prefetch(elements + i + ahead * numParts, group);
+            prefetch(sums + i + ahead * numParts, group);
+        }
+        P const* shifted = elements + i;
         Row rows[numRows] = {};
-        for (unsigned int j = 0; j < numTaps; ++j, from -= stride * numParts) {
+        for (unsigned int j = 0; j < numTaps; ++j, shifted -= stride * numParts) {
             TapLanes<T> const tap(taps[j]);
             unrolled<numRows>(
-                [&](auto r) { rows[r] = tap.multiplyAdd(Lanes::load(from + r * Lanes::count), rows[r]); });
+                [&](auto r) { rows[r] = tap.multiplyAdd(Lanes::load(shifted + r * Lanes::count), rows[r]); });
         }
-        unrolled<numRows>([&](auto r) { Lanes::store(to + i + r * Lanes::count, rows[r]); });
+        unrolled<numRows>([&](auto r) { Lanes::store(sums + i + r * Lanes::count, rows[r]); });
     }
 }
 
@@ -125,20 +131,35 @@ class FilterTile {
 
     GPU_DEVICE explicit FilterTile(Elements& elements) : elements(elements) {}
 
-    /// Reads the tile whose results begin at the position `base`; then the block meets at a barrier.
+    /// Reads the tile whose results begin at the position `base`; then the block meets at a barrier. A run of
+    /// memory need not be copied.
     GPU_DEVICE void load(T const* in, uint2 base, uint2 size) {
-        loadPadded(elements.rows, in, uint2{base.x - haloX, base.y - haloY}, size);
+        uint2 const first{base.x - haloX, base.y - haloY};
+        if (along == 0 && isInside<sumsX + haloX, sumsY + haloY>(first, size)) {
+            from = in + (1ul * first.y * size.x + first.x);
+            pitch = size.x;
+        } else {
+            loadPadded(elements.rows, in, first, size);
+            from = elements.rows[0];
+            pitch = sumsX + haloX;
+        }
     }
 
-    /// The sums of the taps j times the elements j before a result's position, in ascending order of j.
+    /// The sums of the taps j times the elements j before a result's position, in ascending order of j. If
+    /// `lines` are given, the block's lines in the output, `outPitch` apart, the sums may be stored there;
+    /// whether they are is returned.
     template <unsigned int numUnrolled>
-    GPU_DEVICE void sum(T const* taps, unsigned int numTaps) {
+    GPU_DEVICE bool sum(T const* taps, unsigned int numTaps, T* lines, unsigned long outPitch) {
         if constexpr (along == 0) {
+            bool const isRun = lines != nullptr && from != elements.rows[0];
             for (unsigned int y = 0; y < sumsY; ++y) {
-                detail::sumTaps(sums[y], elements.rows[y] + halo, sumsX, 1, taps, numTaps);
+                detail::sumTaps(lines != nullptr ? lines + y * outPitch : sums[y], from + y * pitch + halo,
+                                sumsX, 1, taps, numTaps, isRun ? sumsX : 0);
             }
+            return lines != nullptr;
         } else {
-            detail::sumTaps(sums[0], elements.rows[halo], sumsX * sumsY, sumsX, taps, numTaps);
+            detail::sumTaps(sums[0], from + 1ul * halo * pitch, sumsX * sumsY, pitch, taps, numTaps, 0);
+            return false;
         }
     }
 
@@ -163,6 +184,8 @@ class FilterTile {
 
   private:
     Elements& elements;
+    T const* from;
+    unsigned long pitch;
     alignas(64) T sums[sumsY][sumsX];
 };
 

@@ -20,13 +20,17 @@ GPU_DEVICE void copyPadded(T* to, unsigned long n, T const* in, unsigned int fir
     for (unsigned long i = end; i < n; ++i) to[i] = T{};
 }
 
+/// Whether a window of `width` by `height` from position `first` on lies within a matrix.
+template <unsigned int width, unsigned int height>
+GPU_DEVICE bool isInside(uint2 first, uint2 size) {
+    return first.x < size.x && size.x - first.x >= width && first.y < size.y && size.y - first.y >= height;
+}
+
 /// Fills a tile of `width` by `height` with the matrix `in`, of extents `size` and with zeros around it, from
 /// position `first` on.
 template <unsigned int width, unsigned int height, class T>
 GPU_DEVICE void loadPadded(T (&tile)[height][width], T const* in, uint2 first, uint2 size) {
-    bool const isInside =
-        first.x < size.x && size.x - first.x >= width && first.y < size.y && size.y - first.y >= height;
-    if (isInside) {
+    if (isInside<width, height>(first, size)) {
         T const* const from = in + (1ul * first.y * size.x + first.x);
         for (unsigned long y = 0; y < height; ++y) {
 #pragma GCC ivdep
