@@ -2,9 +2,9 @@
 
 #include "backend/multiply_add.hpp"
 #include "filtering/filter_memory.hpp"
-#include "filtering/prefetch.hpp"
 #include "filtering/tap_counts.hpp"
 #include "frame/fixed_block.hpp"
+#include "indexing/prefetch.hpp"
 #include "padded.hpp"
 
 namespace gpuruntime {
@@ -15,6 +15,16 @@ GPU_CONSTANT_VARIABLE(FilterMemory, filter);
 
 constexpr unsigned int blockX = 16, blockY = 4;
 constexpr unsigned int rowsPerThread = 4;
+
+/// The lines of a narrow tile, from (`x`, `y`) of a matrix on, come slowly one tile after another: with the
+/// first of close tiles those of the ones that follow soon are fetched. Some may lie outside.
+template <unsigned int height, class T>
+GPU_DEVICE void prefetchCloseTiles(T const* matrix, uint2 size, long x, long y) {
+    constexpr unsigned int tilesInRun = internal::fastRun / (blockX * sizeof(T));
+    unsigned int const close = backend::closeBlocksX(), count = close < tilesInRun ? close : tilesInRun;
+    if (backend::blockIndex().x % count != 0) return;
+    internal::prefetchRows<height>(matrix + (y * size.x + x), size.x, count * blockX);
+}
 
 /// A thread has a column of four results, whose windows share most of their rows: each row is read once and
 /// added to every result that it belongs to.
@@ -27,11 +37,11 @@ struct ConvolutionSquareKernel {
                                  uint2 inSize, uint2 offset) {
         uint2 const first{at.blockX * blockX, at.blockY * blockY * rowsPerThread};
         if (first.x >= outSize.x || first.y >= outSize.y) return;
-        long const inX = static_cast<int>(first.x + offset.x - (S - 1));
-        long const inY = static_cast<int>(first.y + offset.y - (S - 1));
-        prefetchCloseTiles<blockX, Window::height>(in, inSize, inX, inY);
-        prefetchCloseTiles<blockX, blockY * rowsPerThread>(out, outSize, first.x, first.y);
-        Window const window(in, {first.x + offset.x - (S - 1), first.y + offset.y - (S - 1)}, inSize);
+        uint2 const inFirst{first.x + offset.x - (S - 1), first.y + offset.y - (S - 1)};
+        prefetchCloseTiles<Window::height>(in, inSize, static_cast<int>(inFirst.x),
+                                           static_cast<int>(inFirst.y));
+        prefetchCloseTiles<blockY * rowsPerThread>(out, outSize, first.x, first.y);
+        Window const window(in, inFirst, inSize);
         Sums sums[rowsPerThread];
         T const* const taps = filter.taps<T>();
         at.threads.template forEachOf<blockX, blockY>([&](backend::Thread t) GPU_INLINE {
@@ -42,7 +52,9 @@ struct ConvolutionSquareKernel {
             GPU_UNROLL
             for (unsigned int r = 0; r < rowsPerThread; ++r) sums[r][1ul * t.y * blockX + t.x] = result[r];
         });
-        for (unsigned int r = 0; r < rowsPerThread && first.y + r < outSize.y; ++r) {
+        GPU_UNROLL
+        for (unsigned int r = 0; r < rowsPerThread; ++r) {
+            if (first.y + r >= outSize.y) continue;
             unsigned int const rows = (outSize.y - first.y - r - 1) / rowsPerThread + 1;
             T* const to = out + (1ul * (first.y + r) * outSize.x + first.x);
             at.threads.forEach(dim3(outSize.x - first.x, rows), [&](backend::Thread t) {

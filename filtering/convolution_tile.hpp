@@ -1,7 +1,6 @@
 #pragma once
 
 #include "filter_tile.hpp"
-#include "filtering/prefetch.hpp"
 #include "frame/fixed_block.hpp"
 #include "reduction/operators.hpp"
 
@@ -31,10 +30,6 @@ struct ConvolutionTile {
                                     unsigned int numTaps) {
         using Tile = backend::FilterTile<T, along, X, Y, K, halo>;
         GPU_SHARED typename Tile::Elements elements;
-        if constexpr (along == 1) {
-            prefetchCloseTiles<X, sizeY + halo>(in, to.inSize, base.x, static_cast<long>(base.y) - halo);
-            prefetchCloseTiles<X, sizeY>(out, to.outSize, placeX(base, to), placeY(base, to));
-        }
         Tile tile(elements);
         tile.load(in, base, to.inSize);
 

@@ -86,11 +86,23 @@ struct TapLanes<T, std::enable_if_t<internal::isComplex<T>, internal::Part<T>>> 
     Row real, imaginary;
 };
 
-/// to[i] = the sum over j of taps[j] * from[i - j * stride], in ascending order of j, for `n` sums. Memory
-/// that is read and written `ahead` elements later is fetched meanwhile, unless that is 0.
+/// Memory that is read or written soon, in lines of `size` bytes which lie `pitch` bytes apart. It is fetched
+/// in steps, some lines each, spread over other work: there is room for few on the way.
+struct Lines {
+    char const* first = nullptr;
+    unsigned long pitch = 0, size = 0;
+    unsigned int perStep = 0;
+
+    GPU_DEVICE void fetch(unsigned long step) const {
+        for (unsigned int line = 0; line < perStep; ++line)
+            prefetch(first + (step * perStep + line) * pitch, size);
+    }
+};
+
+/// to[i] = the sum over j of taps[j] * from[i - j * stride], in ascending order of j, for `n` sums.
 template <class T>
 GPU_STEP void sumTaps(T* to, T const* from, unsigned long n, unsigned long stride, T const* taps,
-                      unsigned int numTaps, unsigned long ahead) {
+                      unsigned int numTaps, Lines const& nextInput, Lines const& output) {
     using P = internal::Part<T>;
     using Lanes = PartLanes<P>;
     using Row = typename Lanes::Row;
@@ -99,10 +111,8 @@ GPU_STEP void sumTaps(T* to, T const* from, unsigned long n, unsigned long strid
     auto* const sums = reinterpret_cast<P*>(to);
     auto const* const elements = reinterpret_cast<P const*>(from);
     for (unsigned long i = 0; i < n * numParts; i += group) {
-        if (ahead != 0) {
-            prefetch(elements + i + ahead * numParts, group);
-            prefetch(sums + i + ahead * numParts, group);
-        }
+        nextInput.fetch(i / group);
+        output.fetch(i / group);
         P const* shifted = elements + i;
         Row rows[numRows] = {};
         for (unsigned int j = 0; j < numTaps; ++j, shifted -= stride * numParts) {
@@ -143,6 +153,10 @@ class FilterTile {
             from = elements.rows[0];
             pitch = sumsX + haloX;
         }
+        if constexpr (along == 1) {
+            unsigned long const firstY = first.y < size.y ? first.y : 0;
+            nextInput = linesOf<sumsY + haloY>(in + (firstY * size.x + first.x + sumsX), size.x);
+        }
     }
 
     /// The sums of the taps j times the elements j before a result's position, in ascending order of j. If
@@ -153,12 +167,16 @@ class FilterTile {
         if constexpr (along == 0) {
             bool const isRun = lines != nullptr && from != elements.rows[0];
             for (unsigned int y = 0; y < sumsY; ++y) {
-                detail::sumTaps(lines != nullptr ? lines + y * outPitch : sums[y], from + y * pitch + halo,
-                                sumsX, 1, taps, numTaps, isRun ? sumsX : 0);
+                T* const to = lines != nullptr ? lines + y * outPitch : sums[y];
+                T const* const own = from + y * pitch + halo;
+                detail::sumTaps(to, own, sumsX, 1, taps, numTaps,
+                                isRun ? runOf(own + sumsX) : detail::Lines{},
+                                isRun ? runOf(to + sumsX) : detail::Lines{});
             }
             return lines != nullptr;
         } else {
-            detail::sumTaps(sums[0], from + 1ul * halo * pitch, sumsX * sumsY, pitch, taps, numTaps, 0);
+            detail::sumTaps(sums[0], elements.rows[halo], sumsX * sumsY, sumsX, taps, numTaps, nextInput,
+                            lines != nullptr ? linesOf<sumsY>(lines, outPitch) : detail::Lines{});
             return false;
         }
     }
@@ -183,7 +201,23 @@ class FilterTile {
     }
 
   private:
+    static constexpr unsigned int sumsInStep = 8 * 32 / sizeof(T);
+
+    /// A run of memory from `first` on, fetched as sums of as many elements are made.
+    static GPU_DEVICE detail::Lines runOf(T const* first) {
+        return {reinterpret_cast<char const*>(first), sumsInStep * sizeof(T), sumsInStep * sizeof(T), 1};
+    }
+
+    /// The lines of a tile along dimension 1, fetched as its sums are made.
+    template <unsigned int height>
+    static GPU_DEVICE detail::Lines linesOf(T const* first, unsigned long pitch) {
+        constexpr unsigned int steps = sumsX * sumsY / sumsInStep;
+        return {reinterpret_cast<char const*>(first), pitch * sizeof(T), sumsX * sizeof(T),
+                (height + steps - 1) / steps};
+    }
+
     Elements& elements;
+    detail::Lines nextInput;
     T const* from;
     unsigned long pitch;
     alignas(64) T sums[sumsY][sumsX];

@@ -30,18 +30,19 @@ GPU_DEVICE bool isInside(uint2 first, uint2 size) {
 /// position `first` on.
 template <unsigned int width, unsigned int height, class T>
 GPU_DEVICE void loadPadded(T (&tile)[height][width], T const* in, uint2 first, uint2 size) {
-    if (isInside<width, height>(first, size)) {
-        T const* const from = in + (1ul * first.y * size.x + first.x);
-        for (unsigned long y = 0; y < height; ++y) {
-#pragma GCC ivdep
-            for (unsigned long x = 0; x < width; ++x) tile[y][x] = from[y * size.x + x];
-        }
-        return;
-    }
+    bool const isWide = first.x < size.x && size.x - first.x >= width;
+    T const zeros[width] = {};
     for (unsigned int y = 0; y < height; ++y) {
         unsigned int const inY = first.y + y;
         bool const isIn = inY < size.y;
-        copyPadded(tile[y], width, in + (isIn ? 1ul * inY * size.x : 0), first.x, isIn ? size.x : 0);
+        T const* const line = isIn ? in + 1ul * inY * size.x : zeros;
+        if (isWide || !isIn) {
+            T const* const from = isIn ? line + first.x : zeros;
+#pragma GCC ivdep
+            for (unsigned long x = 0; x < width; ++x) tile[y][x] = from[x];
+        } else {
+            copyPadded(tile[y], width, line, first.x, size.x);
+        }
     }
 }
 
