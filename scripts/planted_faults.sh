@@ -63,7 +63,7 @@ fault() {
 
 device=backend/cuda/device.hpp fold=backend/cuda/block_fold.hpp atomics=backend/cuda/atomics.hpp
 rows=backend/cuda/rows.hpp run=backend/cuda/run.hpp store=backend/cuda/store.hpp
-kernels=reduction/reduction_kernels.hpp turned=indexing/transpose_kernels.hpp
+tile=backend/cuda/filter_tile.hpp kernels=reduction/reduction_kernels.hpp turned=indexing/transpose_kernels.hpp
 
 # Barriers left out: what carries them,
 fault phase-below-limit $device reduction/max_with_index 's/forEach\(limit, f\);\s+__syncthreads\(\);/forEach(limit, f);/'
@@ -89,6 +89,8 @@ fault loaded-scan $fold reduction/cum_min 's/threads\.phase(\(\[&\]\(unsigned in
 fault scan-upward $fold reduction/cum_max 's/threads\.phase(\(N \/ d, [^{]*\{\s+T& b)/threads.forEach$1/'
 fault scan-downward $fold reduction/cum_sum 's/threads\.phase(\(N \/ d, [^{]*\{\s+T& a)/threads.forEach$1/'
 fault next-scan $fold reduction/cum_prod 's/threads\.phase(\(1, [^{]*\{ elements\[count - 1\])/threads.forEach$1/'
+fault filter-tile $tile filtering/convolution_vector 's/__syncthreads\(\);//'
+fault turned-filter-tile $tile filtering/convolution_matrix 's/__syncthreads\(\);//'
 
 # Wrong masks, operands, slots and strides.
 fault mask $fold reduction/sum 's/__shfl_down_sync\(~0u/__shfl_down_sync(0xffffu/'
