@@ -29,7 +29,7 @@ using RowTile = ConvolutionTile<T, 1, 16, 8, resultsPerThread<T>, halo>;
 /// A loop over the taps, of which there are as many as the tile's halo allows: filters of many lengths share
 /// a kernel.
 template <class Tile, class T>
-GPU_DEVICE void convolve(cuda::Fixed2DBlockIterator const& at, T* out, T const* in, uint2 start,
+GPU_STEP void convolve(cuda::Fixed2DBlockIterator const& at, T* out, T const* in, uint2 start,
                          Placement const& to, unsigned int numTaps) {
     uint2 const base{at.blockX * Tile::sizeX + start.x, at.blockY * Tile::sizeY + start.y};
     Tile::template convolve<0>(out, in, base, to, filter.taps<T>(), numTaps);

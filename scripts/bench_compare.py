@@ -21,7 +21,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 
 def own_results(program):
-    """The benchmarks of a program in their order: name to (seconds, bytes per second or None), best of several runs."""
+    """The benchmarks of a program in their order: name to (seconds, bytes per second or None, part of the machine's peak of
+    arithmetic or None), best of several runs."""
     options = ["--benchmark_format=json", "--benchmark_repetitions=7", "--benchmark_min_time=0.03"]
     output = subprocess.run([program, *options], check=True, capture_output=True, text=True).stdout
     units = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
@@ -30,9 +31,9 @@ def own_results(program):
         if run["run_type"] == "aggregate":
             continue
         name = run["name"].removesuffix("/real_time")
-        seconds, rate = run["real_time"] * units[run["time_unit"]], run.get("bytes_per_second")
+        seconds = run["real_time"] * units[run["time_unit"]]
         if name not in results or seconds < results[name][0]:
-            results[name] = (seconds, rate)
+            results[name] = (seconds, run.get("bytes_per_second"), run.get("peak"))
     return results
 
 
@@ -45,10 +46,13 @@ def other_results(script):
 
 def print_group(group, own, other):
     print(f"\n## {group}\n")
-    print("| benchmark | time | GB/s | NumPy, SciPy | ratio |")
-    print("|---|---:|---:|---:|---:|")
-    for name, (seconds, rate) in own.items():
+    has_peak = any(peak for _, _, peak in own.values())
+    print(f"| benchmark | time | GB/s |{' of peak |' if has_peak else ''} others | ratio |")
+    print(f"|---|---:|---:|{'---:|' if has_peak else ''}---:|---:|")
+    for name, (seconds, rate, peak) in own.items():
         bandwidth = f"{rate / 1e9:.1f}" if rate else ""
+        if has_peak:
+            bandwidth += f" | {100 * peak:.0f} %" if peak else " |"
         theirs = f"{other[name] * 1e6:.1f} µs" if name in other else ""
         ratio = f"{other[name] / seconds:.2f}" if name in other else ""
         print(f"| `{name}` | {seconds * 1e6:.1f} µs | {bandwidth} | {theirs} | {ratio} |", flush=True)
@@ -59,7 +63,7 @@ def print_group(group, own, other):
 def pair_rates(own):
     """Benchmarks over pairs of types: family to {(row, column): rate}, of families with more than a few."""
     families = {}
-    for name, (_, rate) in own.items():
+    for name, (_, rate, _) in own.items():
         pair = re.fullmatch(r"(\w+)<([^,]+), ([^,]+)>", name)
         if pair:
             families.setdefault(pair[1], {})[pair[2], pair[3]] = rate

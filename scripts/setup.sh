@@ -13,6 +13,7 @@ packages=(
     libtbb-dev         # blocks in parallel on the host device
     libhwy-dev         # vectorised sort on the host device
     libthrust-dev      # Thrust on the host device; the CUDA toolkit brings its own
+    libboost-dev       # constants in the filtering families' signatures
     libgtest-dev       # tests
     libmpfr-dev        # what the mathematical functions are tested against
     libboost-context-dev  # fibers, which run the cuda device's code without a GPU

@@ -4,8 +4,8 @@ import json
 import time
 
 
-def report(name, call, runs=7, calls=1):
-    """Prints the best of `runs` timings of `calls` calls, as seconds a call."""
+def best_of(call, runs, calls):
+    """The best of `runs` timings of `calls` calls, as seconds a call."""
     call()
     best = float("inf")
     for _ in range(runs):
@@ -13,4 +13,18 @@ def report(name, call, runs=7, calls=1):
         for _ in range(calls):
             call()
         best = min(best, time.perf_counter() - start)
-    print(json.dumps({"name": name, "seconds": best / calls}), flush=True)
+    return best / calls
+
+
+def print_seconds(name, seconds):
+    print(json.dumps({"name": name, "seconds": seconds}), flush=True)
+
+
+def report(name, call, runs=7, calls=1):
+    """Prints the best of `runs` timings of `calls` calls, as seconds a call."""
+    print_seconds(name, best_of(call, runs, calls))
+
+
+def faster(name, *alternatives):
+    """Prints what the fastest of several calls takes."""
+    print_seconds(name, min(best_of(call, 7, 1) for call in alternatives))
