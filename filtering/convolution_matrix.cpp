@@ -21,18 +21,20 @@ constexpr unsigned int resultsPerThread<float2> = 4;
 template <>
 constexpr unsigned int resultsPerThread<double2> = 2;
 
+constexpr dim3 columnBlock(32, 4), rowBlock(16, 8);
+
 template <class T, unsigned int halo>
-using ColumnTile = ConvolutionTile<T, 0, 32, 4, resultsPerThread<T>, halo>;
+using ColumnTile = ConvolutionTile<T, 0, columnBlock.x, columnBlock.y, resultsPerThread<T>, halo>;
 template <class T, unsigned int halo>
-using RowTile = ConvolutionTile<T, 1, 16, 8, resultsPerThread<T>, halo>;
+using RowTile = ConvolutionTile<T, 1, rowBlock.x, rowBlock.y, resultsPerThread<T>, halo>;
 
 /// A loop over the taps, of which there are as many as the tile's halo allows: filters of many lengths share
 /// a kernel.
 template <class Tile, class T>
 GPU_STEP void convolve(cuda::Fixed2DBlockIterator const& at, T* out, T const* in, uint2 start,
-                         Placement const& to, unsigned int numTaps) {
+                       Placement const& to, unsigned int numTaps, bool firstPiece) {
     uint2 const base{at.blockX * Tile::sizeX + start.x, at.blockY * Tile::sizeY + start.y};
-    Tile::template convolve<0>(out, in, base, to, filter.taps<T>(), numTaps);
+    Tile::template convolve<0>(out, in, base, to, filter.taps<T>(), numTaps, firstPiece);
 }
 
 unsigned long outputSize(Placement const& to) { return 1ul * to.outSize.x * to.outSize.y; }
@@ -40,13 +42,13 @@ unsigned long outputSize(Placement const& to) { return 1ul * to.outSize.x * to.o
 template <class Tile, class T>
 struct PageKernel {
     static GPU_DEVICE void apply(cuda::Fixed2DBlockIterator const& at, T* out, T const* in, uint2 start,
-                                 Placement to, unsigned int numTaps, unsigned long inPageOffset,
-                                 unsigned long outPageOffset) {
-        convolve<Tile>(at, out + outPageOffset, in + inPageOffset, start, to, numTaps);
+                                 Placement to, unsigned int numTaps, bool firstPiece,
+                                 unsigned long inPageOffset, unsigned long outPageOffset) {
+        convolve<Tile>(at, out + outPageOffset, in + inPageOffset, start, to, numTaps, firstPiece);
     }
 
-    static unsigned long work(T const*, T const*, uint2, Placement const& to, unsigned int, unsigned long,
-                              unsigned long) {
+    static unsigned long work(T const*, T const*, uint2, Placement const& to, unsigned int, bool,
+                              unsigned long, unsigned long) {
         return outputSize(to);
     }
 };
@@ -54,11 +56,11 @@ struct PageKernel {
 template <class Tile, class T>
 struct MatrixKernel {
     static GPU_DEVICE void apply(cuda::Fixed2DBlockIterator const& at, T* out, T const* in, uint2 start,
-                                 Placement to, unsigned int numTaps) {
-        convolve<Tile>(at, out, in, start, to, numTaps);
+                                 Placement to, unsigned int numTaps, bool firstPiece) {
+        convolve<Tile>(at, out, in, start, to, numTaps, firstPiece);
     }
 
-    static unsigned long work(T const*, T const*, uint2, Placement const& to, unsigned int) {
+    static unsigned long work(T const*, T const*, uint2, Placement const& to, unsigned int, bool) {
         return outputSize(to);
     }
 };
@@ -106,7 +108,6 @@ Placement placementOf(convn::OffsetsAndSzs const& sizes, unsigned long const* in
                         : narrowed(sizes.outShiftAcross, sizes.outShiftAlong);
     to.trim = narrowed(sizes.outTrimDim0, sizes.outTrimDim1);
     to.interiorEnd = narrowed(sizes.interiorEndDim0, sizes.interiorEndDim1);
-    to.overwrites = sizes.firstPiece;
     return to;
 }
 
@@ -134,27 +135,26 @@ cudaError ConvolutionMatrix::Invoker<T, Taps>::operator()(
                                 cudaMemcpyDeviceToDevice, nullptr);
     if (copied != cudaSuccess) return copied;
 
-    bool const isColumn = kernelType == KernelType::Column, isPage = numDims > 2;
+    bool const isColumn = kernelType == KernelType::Column;
     if ((isColumn ? sizes.extentDim1 : sizes.extentDim0) == 0) return cudaSuccess;
     Placement const to = placementOf(sizes, inSizes, outSizes, isColumn);
     uint2 const start = narrowed(sizes.startDim0, sizes.startDim1);
-    unsigned long const inPage = sizes.inPageOffset, outPage = sizes.outPageOffset;
-    if (isColumn) {
-        unsigned long const nx = threadsFor<T>(sizes.extentDim0), ny = sizes.extentDim1;
-        if (!isPage) {
-            return fixed2dblockdetail::launch<conv2::ConvolutionColumnKernel<T, halo>>(
-                stream, nx, ny, 32, 4, out, in, start, to, numTaps);
+    auto const launch = [&](auto matrixKernel, auto pageKernel, unsigned long nx, unsigned long ny,
+                            dim3 block) {
+        if (numDims <= 2) {
+            return fixed2dblockdetail::launch<decltype(matrixKernel)>(
+                stream, nx, ny, block.x, block.y, out, in, start, to, numTaps, sizes.firstPiece);
         }
-        return fixed2dblockdetail::launch<convn::ConvolutionNDColumnKernel<T, halo>>(
-            stream, nx, ny, 32, 4, out, in, start, to, numTaps, inPage, outPage);
+        return fixed2dblockdetail::launch<decltype(pageKernel)>(stream, nx, ny, block.x, block.y, out, in,
+                                                                start, to, numTaps, sizes.firstPiece,
+                                                                sizes.inPageOffset, sizes.outPageOffset);
+    };
+    if (isColumn) {
+        return launch(conv2::ConvolutionColumnKernel<T, halo>(), convn::ConvolutionNDColumnKernel<T, halo>(),
+                      threadsFor<T>(sizes.extentDim0), sizes.extentDim1, columnBlock);
     }
-    unsigned long const nx = sizes.extentDim0, ny = threadsFor<T>(sizes.extentDim1);
-    if (!isPage) {
-        return fixed2dblockdetail::launch<conv2::ConvolutionRowKernel<T, halo>>(stream, nx, ny, 16, 8, out,
-                                                                                in, start, to, numTaps);
-    }
-    return fixed2dblockdetail::launch<convn::ConvolutionNDRowKernel<T, halo>>(
-        stream, nx, ny, 16, 8, out, in, start, to, numTaps, inPage, outPage);
+    return launch(conv2::ConvolutionRowKernel<T, halo>(), convn::ConvolutionNDRowKernel<T, halo>(),
+                  sizes.extentDim0, threadsFor<T>(sizes.extentDim1), rowBlock);
 }
 
 void _forceInstantiation2_(detail::Opaque& opaque, ConvolutionMatrix*) {

@@ -15,7 +15,6 @@ struct Placement {
     uint2 shift;        ///< from a sum's position to that in the untrimmed result
     uint2 trim;         ///< position of the output's first element in the untrimmed result
     uint2 interiorEnd;  ///< below it a sum has its place in the output without a test
-    bool overwrites;    ///< or adds to what the output holds
 };
 
 /// `X` by `Y` threads, each with `K` sums a block apart in dimension `along`, and tiles with `halo` elements
@@ -24,27 +23,28 @@ template <class T, unsigned int along, unsigned int X, unsigned int Y, unsigned 
 struct ConvolutionTile {
     static constexpr unsigned int sizeX = along == 0 ? X * K : X, sizeY = along == 0 ? Y : Y * K;
 
-    /// Goes over the positions from `base` on; the first `numUnrolled` of the taps may be unrolled.
+    /// Goes over the positions from `base` on, and overwrites the output or adds to it. The first
+    /// `numUnrolled` of the taps may be unrolled.
     template <unsigned int numUnrolled>
     static GPU_DEVICE void convolve(T* out, T const* in, uint2 base, Placement const& to, T const* taps,
-                                    unsigned int numTaps) {
+                                    unsigned int numTaps, bool overwrites) {
         using Tile = backend::FilterTile<T, along, X, Y, K, halo>;
         GPU_SHARED typename Tile::Elements elements;
         Tile tile(elements);
-        tile.load(in, base, to.inSize);
+        tile.load(in, base, to.inSize, numTaps);
 
         long const firstX = placeX(base, to), firstY = placeY(base, to);
         bool const isWhole =
             firstX >= 0 && firstX + sizeX <= to.outSize.x && firstY >= 0 && firstY + sizeY <= to.outSize.y;
         T* const lines = out + (firstY * to.outSize.x + firstX);
-        T* const stored = isWhole && to.overwrites ? lines : nullptr;
+        T* const stored = isWhole && overwrites ? lines : nullptr;
         if (tile.template sum<numUnrolled>(taps, numTaps, stored, to.outSize.x)) return;
         auto const lineOf = [&](unsigned int y, unsigned int k) {
             return lines + (1ul * (along == 0 ? y : k * Y + y) * to.outSize.x + (along == 0 ? k * X : 0));
         };
         if (isWhole) {
             tile.forEachRow([&](backend::Row row, unsigned int y, unsigned int k)
-                                GPU_INLINE { put(tile, row, lineOf(y, k), y, k, to); });
+                                GPU_INLINE { put(tile, row, lineOf(y, k), y, k, overwrites); });
             return;
         }
         // A thread whose first sum is trimmed away drops them all.
@@ -56,7 +56,7 @@ struct ConvolutionTile {
             long end = outY < to.outSize.y ? to.outSize.x - outX : 0;
             if (along == 0 && isInterior && base.y + y < to.interiorEnd.y) end = X;
             if (along == 1 && isInterior) end = larger(end, static_cast<long>(to.interiorEnd.x) - base.x);
-            put(tile, row.within(withinRow(-firstX), withinRow(end)), lineOf(y, k), y, k, to);
+            put(tile, row.within(withinRow(-firstX), withinRow(end)), lineOf(y, k), y, k, overwrites);
         });
     }
 
@@ -72,8 +72,8 @@ struct ConvolutionTile {
     /// The sums of a row of threads at their places in a line of the output.
     template <class Tile>
     static GPU_DEVICE void put(Tile const& tile, backend::Row row, T* line, unsigned int y, unsigned int k,
-                               Placement const& to) {
-        if (to.overwrites) {
+                               bool overwrites) {
+        if (overwrites) {
             tile.forEachSum(row, y, k, [&](unsigned long x, T sum) { line[x] = sum; });
         } else {
             tile.forEachSum(row, y, k, [&](unsigned long x, T sum) {

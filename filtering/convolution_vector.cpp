@@ -32,9 +32,9 @@ struct ConvolutionVectorKernel {
                                  unsigned int numTaps, unsigned int inStart, unsigned int outTrim,
                                  bool firstPiece) {
         uint2 const base{at.blockIndex * Tile::sizeX + inStart, 0};
-        convolutioncommon::Placement const to{{inSize, 1},  {outSize, 1}, {filterOffset, 0},
-                                              {outTrim, 0}, {0, 0},       firstPiece};
-        Tile::template convolve<numUnrolled>(out, in, base, to, filter.taps<T>(), numTaps);
+        convolutioncommon::Placement const to{
+            {inSize, 1}, {outSize, 1}, {filterOffset, 0}, {outTrim, 0}, {0, 0}};
+        Tile::template convolve<numUnrolled>(out, in, base, to, filter.taps<T>(), numTaps, firstPiece);
     }
 
     static unsigned long work(T const*, T const*, unsigned long, unsigned long outSize, unsigned long,

@@ -23,7 +23,7 @@ class FilterTile {
     GPU_DEVICE explicit FilterTile(Elements& elements) : elements(elements) {}
 
     /// Reads the tile whose results begin at the position `base`; then the block meets at a barrier.
-    GPU_DEVICE void load(T const* in, uint2 base, uint2 size) {
+    GPU_DEVICE void load(T const* in, uint2 base, uint2 size, unsigned int /*numTaps*/) {
         unsigned int const x = base.x + threadIdx.x, y = base.y + threadIdx.y;
         unsigned int const first = along == 0 ? base.x : base.y, end = along == 0 ? size.x : size.y;
         bool const isIn = along == 0 ? y < size.y : x < size.x;

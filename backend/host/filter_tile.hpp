@@ -141,21 +141,24 @@ class FilterTile {
 
     GPU_DEVICE explicit FilterTile(Elements& elements) : elements(elements) {}
 
-    /// Reads the tile whose results begin at the position `base`; then the block meets at a barrier. A run of
-    /// memory need not be copied.
-    GPU_DEVICE void load(T const* in, uint2 base, uint2 size) {
+    /// Reads the tile whose results begin at the position `base`, as far as `numTaps` taps reach; then the
+    /// block meets at a barrier. A run of memory need not be copied.
+    GPU_DEVICE void load(T const* in, uint2 base, uint2 size, unsigned int numTaps) {
         uint2 const first{base.x - haloX, base.y - haloY};
-        if (along == 0 && isInside<sumsX + haloX, sumsY + haloY>(first, size)) {
-            from = in + (1ul * first.y * size.x + first.x);
-            pitch = size.x;
+        from = elements.rows[0];
+        pitch = sumsX + haloX;
+        if constexpr (along == 0) {
+            if (isInside<sumsX + haloX, sumsY>(first, size)) {
+                from = in + (1ul * first.y * size.x + first.x);
+                pitch = size.x;
+            } else {
+                loadPadded(elements.rows, 0, in, first, size);
+            }
         } else {
-            loadPadded(elements.rows, in, first, size);
-            from = elements.rows[0];
-            pitch = sumsX + haloX;
-        }
-        if constexpr (along == 1) {
-            unsigned long const firstY = first.y < size.y ? first.y : 0;
-            nextInput = linesOf<sumsY + haloY>(in + (firstY * size.x + first.x + sumsX), size.x);
+            unsigned int const unused = halo + 1 - numTaps;
+            loadPadded(elements.rows, unused, in, first, size);
+            unsigned int const firstY = first.y + unused < size.y ? first.y + unused : 0;
+            nextInput = linesOf(in + (1ul * firstY * size.x + first.x + sumsX), size.x, sumsY + numTaps - 1);
         }
     }
 
@@ -176,7 +179,7 @@ class FilterTile {
             return lines != nullptr;
         } else {
             detail::sumTaps(sums[0], elements.rows[halo], sumsX * sumsY, sumsX, taps, numTaps, nextInput,
-                            lines != nullptr ? linesOf<sumsY>(lines, outPitch) : detail::Lines{});
+                            lines != nullptr ? linesOf(lines, outPitch, sumsY) : detail::Lines{});
             return false;
         }
     }
@@ -209,8 +212,7 @@ class FilterTile {
     }
 
     /// The lines of a tile along dimension 1, fetched as its sums are made.
-    template <unsigned int height>
-    static GPU_DEVICE detail::Lines linesOf(T const* first, unsigned long pitch) {
+    static GPU_DEVICE detail::Lines linesOf(T const* first, unsigned long pitch, unsigned int height) {
         constexpr unsigned int steps = sumsX * sumsY / sumsInStep;
         return {reinterpret_cast<char const*>(first), pitch * sizeof(T), sumsX * sizeof(T),
                 (height + steps - 1) / steps};

@@ -27,12 +27,13 @@ GPU_DEVICE bool isInside(uint2 first, uint2 size) {
 }
 
 /// Fills a tile of `width` by `height` with the matrix `in`, of extents `size` and with zeros around it, from
-/// position `first` on.
+/// position `first` on; not the first `unused` lines.
 template <unsigned int width, unsigned int height, class T>
-GPU_DEVICE void loadPadded(T (&tile)[height][width], T const* in, uint2 first, uint2 size) {
+GPU_DEVICE void loadPadded(T (&tile)[height][width], unsigned int unused, T const* in, uint2 first,
+                           uint2 size) {
     bool const isWide = first.x < size.x && size.x - first.x >= width;
     T const zeros[width] = {};
-    for (unsigned int y = 0; y < height; ++y) {
+    for (unsigned int y = unused; y < height; ++y) {
         unsigned int const inY = first.y + y;
         bool const isIn = inY < size.y;
         T const* const line = isIn ? in + 1ul * inY * size.x : zeros;
@@ -53,7 +54,9 @@ class PaddedWindow {
   public:
     static constexpr unsigned int height = numRows;
 
-    GPU_DEVICE PaddedWindow(T const* in, uint2 first, uint2 size) { loadPadded(elements, in, first, size); }
+    GPU_DEVICE PaddedWindow(T const* in, uint2 first, uint2 size) {
+        loadPadded(elements, 0, in, first, size);
+    }
 
     GPU_DEVICE T at(unsigned int x, unsigned int y) const { return elements[y][x]; }
 
