@@ -5,6 +5,7 @@ set(host_runtime_sources
     backend/runtime/device.cpp
     backend/runtime/launch.cpp
     backend/runtime/memory.cpp
+    backend/runtime/texture.cpp
 )
 
 # The part of the runtime's interface that it stands in for, under the runtime's own header names, and its control.

@@ -5,6 +5,7 @@
 #include "device.hpp"
 #include "frame/launch.hpp"
 #include "frame/shape.hpp"
+#include "patch.hpp"
 #include "rows.hpp"
 #include "run.hpp"
 #include "store.hpp"
@@ -120,13 +121,28 @@ struct EachElement {
     }
 };
 
+/// Whether a functor takes a patch of the array in place of an element, because columns share work.
+template <class Functor, class... Args>
+inline constexpr bool takesPatch = std::is_invocable_v<decltype(&Functor::apply), backend::Patch, Args...>;
+
 template <class Functor, class... Args>
 GPU_DEVICE void visit(unsigned int x, unsigned int y, unsigned int nx, unsigned int ny, Args... args) {
-    backend::applyToBlock<EachElement<Functor>>(Position{x, y, nx, ny}, args...);
+    if constexpr (takesPatch<Functor, Args...>) {
+        backend::withPatch(x, y, nx, ny, [&](backend::Patch const& patch) {
+            backend::applyToBlock<Functor>(patch, args...);
+        });
+    } else {
+        backend::applyToBlock<EachElement<Functor>>(Position{x, y, nx, ny}, args...);
+    }
 }
 
 template <class Functor, class... Args>
 GPU_KERNEL void singleStepKernel(unsigned int nx, unsigned int ny, Args... args) {
+    if constexpr (takesPatch<Functor, Args...>) {
+        backend::withPatchOfGrid(
+            nx, ny, [&](backend::Patch const& patch) { backend::applyToBlock<Functor>(patch, args...); });
+        return;
+    }
     backend::TileThreads const threads;
     uint3 const block = backend::blockIndex();
     visit<Functor>(block.x * threads.sizeX(), block.y * threads.sizeY(), nx, ny, args...);

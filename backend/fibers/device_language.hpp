@@ -9,6 +9,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "texture.hpp"
 #include "vector_types.h"
 
 #define __global__
@@ -78,9 +79,21 @@ KVGPU_CONVERSION(__float2ull_rz, float, unsigned long long)
 
 inline long long __double_as_longlong(double value) { return gpuruntime::fibers::sameBits<long long>(value); }
 inline double __longlong_as_double(long long bits) { return gpuruntime::fibers::sameBits<double>(bits); }
+inline double __hiloint2double(int high, int low) {
+    return __longlong_as_double(static_cast<long long>(static_cast<unsigned int>(high)) << 32 |
+                                static_cast<unsigned int>(low));
+}
 
 /// A load from memory that no kernel writes meanwhile.
 template <class T>
 inline T __ldg(T const* from) {
     return *from;
+}
+
+/// Elements outside are zeros.
+template <class T>
+inline T tex1Dfetch(cudaTextureObject_t object, int index) {
+    gpuruntime::hostdevice::Texture const& texture = gpuruntime::hostdevice::textureOf(object);
+    if (index < 0 || static_cast<unsigned int>(index) >= texture.size / sizeof(T)) return T{};
+    return static_cast<T const*>(texture.memory)[index];
 }

@@ -7,23 +7,10 @@
 #include "device.hpp"
 #include "frame/complex.hpp"
 #include "lane_rows.hpp"
-#include "lanes.hpp"
+#include "lane_types.hpp"
 
 /// Recursions along signals, each serial in itself: on this device a lane of a vector has one.
 namespace gpuruntime::backend {
-
-using FloatLanes = float __attribute__((vector_size(32)));
-
-GPU_DEVICE FloatLanes fma(FloatLanes a, FloatLanes b, FloatLanes c) { return _mm256_fmadd_ps(a, b, c); }
-
-template <class P>
-struct LanesOf {
-    using type = DoubleLanes;
-};
-template <>
-struct LanesOf<float> {
-    using type = FloatLanes;
-};
 
 /// Values of `lanes` signals, one from each; of complex ones the parts apart.
 template <class T>

@@ -105,6 +105,21 @@ cudaError_t cudaMemcpyFromSymbolAsync(void* destination, void const* symbol, siz
 cudaError_t cudaGetSymbolAddress(void** pointer, void const* symbol);
 cudaError_t cudaGetSymbolSize(size_t* size, void const* symbol);
 
+/// The description of channels of so many bits.
+struct cudaChannelFormatDesc cudaCreateChannelDesc(int x, int y, int z, int w,
+                                                   enum cudaChannelFormatKind kind);
+
+/// Makes a texture of linear memory, for kernels to read. A null argument, though `view` must be null,
+/// another kind of resource, and memory that is null, of 0 bytes or not aligned to 512 bytes give
+/// `cudaErrorInvalidValue`.
+cudaError_t cudaCreateTextureObject(cudaTextureObject_t* object, struct cudaResourceDesc const* resource,
+                                    struct cudaTextureDesc const* texture,
+                                    struct cudaResourceViewDesc const* view);
+
+/// A number that `cudaCreateTextureObject` did not give, or that was destroyed, gives
+/// `cudaErrorInvalidValue`.
+cudaError_t cudaDestroyTextureObject(cudaTextureObject_t object);
+
 /// Tells a kernel's attributes. `function` is the address of a kernel's descriptor; anything else gives
 /// `cudaErrorInvalidDeviceFunction`, a null `attributes` `cudaErrorInvalidValue`.
 cudaError_t cudaFuncGetAttributes(struct cudaFuncAttributes* attributes, void const* function);

@@ -80,6 +80,74 @@ typedef struct CUstream_st* cudaStream_t;
 #define cudaStreamDefault 0x00
 #define cudaStreamNonBlocking 0x01
 
+/// What the bits of a texture's channels mean.
+enum cudaChannelFormatKind {
+    cudaChannelFormatKindSigned = 0,
+    cudaChannelFormatKindUnsigned = 1,
+    cudaChannelFormatKindFloat = 2,
+    cudaChannelFormatKindNone = 3
+};
+
+/// Bits of each channel of a texture's elements; 0 for channels that there are not.
+struct cudaChannelFormatDesc {
+    int x, y, z, w;
+    enum cudaChannelFormatKind f;
+};
+
+/// What a texture reads. This device knows linear memory.
+enum cudaResourceType {
+    cudaResourceTypeArray = 0x00,
+    cudaResourceTypeMipmappedArray = 0x01,
+    cudaResourceTypeLinear = 0x02,
+    cudaResourceTypePitch2D = 0x03
+};
+
+struct cudaResourceDesc {
+    enum cudaResourceType resType;
+    union {
+        struct {
+            void* devPtr;  ///< aligned to 512 bytes
+            struct cudaChannelFormatDesc desc;
+            size_t sizeInBytes;
+        } linear;
+        struct {
+            int reserved[32];
+        } reserved;
+    } res;
+    unsigned int flags;
+};
+
+enum cudaTextureAddressMode {
+    cudaAddressModeWrap = 0,
+    cudaAddressModeClamp = 1,
+    cudaAddressModeMirror = 2,
+    cudaAddressModeBorder = 3
+};
+enum cudaTextureFilterMode { cudaFilterModePoint = 0, cudaFilterModeLinear = 1 };
+enum cudaTextureReadMode { cudaReadModeElementType = 0, cudaReadModeNormalizedFloat = 1 };
+
+/// How a texture is read. Elements of linear memory are read by index, as they are.
+struct cudaTextureDesc {
+    enum cudaTextureAddressMode addressMode[3];
+    enum cudaTextureFilterMode filterMode;
+    enum cudaTextureReadMode readMode;
+    int sRGB;
+    float borderColor[4];
+    int normalizedCoords;
+    unsigned int maxAnisotropy;
+    enum cudaTextureFilterMode mipmapFilterMode;
+    float mipmapLevelBias;
+    float minMipmapLevelClamp;
+    float maxMipmapLevelClamp;
+    int disableTrilinearOptimization;
+    int seamlessCubemap;
+};
+
+struct cudaResourceViewDesc;
+
+/// What `cudaCreateTextureObject` gave; 0 is none.
+typedef unsigned long long cudaTextureObject_t;
+
 /// What `cudaFuncGetAttributes` tells of a kernel. Only `maxThreadsPerBlock` says something here; the rest is
 /// 0.
 struct cudaFuncAttributes {
@@ -110,6 +178,9 @@ struct cudaDeviceProp {
 };
 
 #ifndef __cplusplus
+typedef struct cudaChannelFormatDesc cudaChannelFormatDesc;
 typedef struct cudaFuncAttributes cudaFuncAttributes;
+typedef struct cudaResourceDesc cudaResourceDesc;
+typedef struct cudaTextureDesc cudaTextureDesc;
 typedef struct cudaDeviceProp cudaDeviceProp;
 #endif
