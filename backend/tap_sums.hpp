@@ -1,6 +1,7 @@
 #pragma once
 
 #include "device.hpp"
+#include "fault.hpp"
 #include "texels.hpp"
 
 /// Weighted sums over a rectangle of a texture's elements, whose weights are products of a row's and a
@@ -17,6 +18,8 @@ struct TapSource {
     unsigned int first;  ///< of the first plane
 
     GPU_DEVICE unsigned int planeSize() const { return rows.size * columns.size; }
+
+    GPU_DEVICE bool isReadable() const { return backend::isReadable(texels.address()); }
 };
 
 template <class T, unsigned int planes>

@@ -20,6 +20,9 @@ class Texels {
         }
     }
 
+    /// Null if there is nothing to be read; else not for use.
+    GPU_DEVICE T const* address() const { return reinterpret_cast<T const*>(object); }
+
   private:
     cudaTextureObject_t object;
 };

@@ -9,6 +9,8 @@ namespace gpuruntime::fibers {
 // Not all 0: among the variables without initial value stand the blocks' shared ones.
 BuiltIn builtIn = {{1, 0, 0}, {}, {}, {}};
 
+hostdevice::Texture textureOf(cudaTextureObject_t object) { return hostdevice::textureOf(object); }
+
 namespace {
 
 template <class Change>

@@ -90,10 +90,17 @@ inline T __ldg(T const* from) {
     return *from;
 }
 
+namespace gpuruntime::fibers {
+
+/// Out of line, so that its own accesses are not checked.
+hostdevice::Texture textureOf(cudaTextureObject_t object);
+
+}  // namespace gpuruntime::fibers
+
 /// Elements outside are zeros.
 template <class T>
 inline T tex1Dfetch(cudaTextureObject_t object, int index) {
-    gpuruntime::hostdevice::Texture const& texture = gpuruntime::hostdevice::textureOf(object);
+    gpuruntime::hostdevice::Texture const texture = gpuruntime::fibers::textureOf(object);
     if (index < 0 || static_cast<unsigned int>(index) >= texture.size / sizeof(T)) return T{};
     return static_cast<T const*>(texture.memory)[index];
 }

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "backend/tap_sums.hpp"
-#include "fault.hpp"
 #include "lane_types.hpp"
 #include "patch.hpp"
 
@@ -146,7 +145,7 @@ class Tile {
     void gather(unsigned int column) {
         for (unsigned int p = 0; p < planes; ++p) {
             T const* const from =
-                source.texels.data() + source.first + p * source.planeSize() + column * source.rows.size;
+                source.texels.address() + source.first + p * source.planeSize() + column * source.rows.size;
             for (unsigned int k = 0; k < numTaps * width; k += Lanes::lanes) {
                 Lanes::store(gathered[p] + k, Lanes::gather(from, positions + k));
             }
@@ -191,7 +190,7 @@ class Tile {
 template <class Taps, class T, unsigned int planes, bool skipsZeros, class Store>
 GPU_DEVICE void sumTaps(Patch const& patch, TapSource<Taps, T, planes, skipsZeros> const& source,
                         Store store) {
-    if (!isReadable(source.texels.data())) return;
+    if (!source.isReadable()) return;
     using Tile = detail::Tile<Taps, T, planes, skipsZeros>;
     unsigned int numTaps = 0;
     for (float tap = source.rows.first(); tap <= source.rows.last() && numTaps <= Tile::maxTaps; tap += 1)

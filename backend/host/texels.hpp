@@ -17,7 +17,8 @@ class Texels {
 
     GPU_DEVICE T operator[](unsigned int i) const { return elements[i]; }
 
-    GPU_DEVICE T const* data() const { return elements; }
+    /// Null if there is nothing to be read.
+    GPU_DEVICE T const* address() const { return elements; }
 
   private:
     T const* elements;
