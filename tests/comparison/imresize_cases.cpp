@@ -12,7 +12,8 @@ struct Resizes {
         unsigned long const outRows = call.number(1, 300), outCols = call.number(1, 20);
         unsigned long const numPlanes = call.number(1, 5);
         auto const scale = [&](unsigned long out, unsigned long in) {
-            return call.flag() ? double(out) / double(in) : call.real(0.2, 3);
+            return call.flag() ? double(out) / double(in)
+                               : 0.1 + call.real(0.1, 3);  // 0 would have taps without end
         };
         double const scaleRows = scale(outRows, inRows), scaleCols = scale(outCols, inCols);
         DeviceArray<T> in(call.values<T>(inRows * inCols * numPlanes)), out(outRows * outCols * numPlanes);
