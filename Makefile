@@ -17,7 +17,8 @@ bench:
 	@cmake --preset host >/dev/null
 	cmake --build --preset host --parallel $(jobs) --target benchmarks
 	@test -d build/bench-venv || python3 -m venv build/bench-venv
-	@build/bench-venv/bin/pip install -q --upgrade numpy scipy pandas boost-histogram fast-histogram opencv-python-headless
+	@build/bench-venv/bin/pip install -q --upgrade numpy scipy pandas boost-histogram fast-histogram \
+	    opencv-python-headless pillow
 	build/bench-venv/bin/python scripts/bench_compare.py build/host
 
 format:
