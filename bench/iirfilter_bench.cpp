@@ -1,6 +1,6 @@
-// Recursive filters of many signals, contiguous or interleaved, and of one: bytes read and written per second.
-// `Copy`, a plain loop that reads and writes on all cores, is the roof. Names have the order, the layout and
-// the number of signals.
+// Recursive filters of many signals, contiguous or interleaved, and of one: bytes read and written per
+// second. `Copy`, a plain loop that reads and writes on all cores, is the roof. Names have the order, the
+// layout and the number of signals.
 
 #include <benchmark/benchmark.h>
 #include <gpuruntime/iir_filter.hpp>

@@ -1,5 +1,5 @@
-// Images resized: bytes read and written per second. `Copy`, a plain loop that reads and writes on all cores, is
-// the roof. Names have the factor and the number of planes.
+// Images resized: bytes read and written per second. `Copy`, a plain loop that reads and writes on all cores,
+// is the roof. Names have the factor and the number of planes.
 
 #include <benchmark/benchmark.h>
 #include <gpuruntime/imresize.hpp>
@@ -31,8 +31,8 @@ void addResize(double scaleRows, double scaleCols, unsigned long numPlanes) {
         for (unsigned long i = 0; i < n; ++i) image[i] = static_cast<T>(i % 127);
         DeviceMemory<T> in(image), out(numResults);
         measure(state, (n + numResults) * sizeof(T), [&] {
-            Imresize::Invoker<T>()(nullptr, out.data(), in.data(), rows, cols, outRows, outCols, numPlanes, scaleRows,
-                                   scaleCols);
+            Imresize::Invoker<T>()(nullptr, out.data(), in.data(), rows, cols, outRows, outCols, numPlanes,
+                                   scaleRows, scaleCols);
         });
     });
 }

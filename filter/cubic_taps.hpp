@@ -46,7 +46,9 @@ struct Taps {
 
     /// The input position of a tap; beyond the edges theirs.
     GPU_DEVICE unsigned int position(float tap, Place at) const {
-        return backend::toUint32(backend::fmin(backend::fmax(at.below + tap, 0.0), size - 1.0));
+        double const position = at.below + tap, last = static_cast<double>(size) - 1;
+        double const raised = position > 0 ? position : 0;
+        return static_cast<unsigned int>(backend::toInt32(raised < last ? raised : last));
     }
 };
 

@@ -72,10 +72,9 @@ GPU_DEVICE void resize(backend::Patch const& patch, T* out, imresize_param_t con
         {param.invScaleCols, param.scaleCols, inCols, areColumnsWidened},
         texels,
         static_cast<unsigned int>(param.texOffset) + plane * inRows * inCols};
-    backend::sumTaps(
-        patch, source, [=](unsigned int p, unsigned int row, unsigned int col, T sum, T weights) {
-            out[((plane + p) * outCols + col) * outRows + row] = isNormalised ? sum / weights : sum;
-        });
+    backend::sumTaps(patch, source, [=](unsigned int p, unsigned int col) {
+        return out + ((plane + p) * outCols + col) * outRows;
+    });
 }
 
 template <class T, unsigned int Planes>

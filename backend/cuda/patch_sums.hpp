@@ -5,14 +5,11 @@
 
 namespace gpuruntime::backend {
 
-/// Calls `store(plane, x, y, sum, sumOfWeights)` for the sums at the positions of a patch.
-template <class Source, class Store>
-GPU_DEVICE void sumTaps(Patch const& patch, Source const& source, Store store) {
+/// Stores the sums at the positions (x, y) of a patch at `columnOf(plane, y)[x]`.
+template <class Source, class ColumnOf>
+GPU_DEVICE void sumTaps(Patch const& patch, Source const& source, ColumnOf columnOf) {
     if (!source.isReadable()) return;
-    auto const sums = tapSumsAt(source, patch.x, patch.y);
-    GPU_UNROLL for (unsigned int p = 0; p < sizeof sums.values / sizeof sums.values[0]; ++p) {
-        store(p, patch.x, patch.y, sums.values[p], sums.weights);
-    }
+    source.sumAt(patch.x, patch.y, [&](unsigned int p, auto sum) { columnOf(p, patch.y)[patch.x] = sum; });
 }
 
 }  // namespace gpuruntime::backend

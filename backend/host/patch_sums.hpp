@@ -1,208 +1,302 @@
 #pragma once
 
-#include <immintrin.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "backend/tap_sums.hpp"
-#include "lane_types.hpp"
 #include "patch.hpp"
+#include "tapped_rows.hpp"
 
-/// Sums over taps at the positions of a patch. Weights and positions along the rows are the same for all of
-/// its columns, and elements of the texture are brought together once for the columns that count them.
+/// Sums over taps at the positions of a patch. What rows have by their taps is the same for all columns of
+/// the patch; what a column of the texture has for the rows is brought together once for all columns that
+/// count it; and what comes of weights alone is shared by columns with the same ones, as they recur where a
+/// scale is a ratio of small numbers. A tile of rows is such that all this stays in the first cache, or
+/// nearly.
 namespace gpuruntime::backend {
 namespace detail {
 
-/// Neighbouring rows of a patch as lanes of a vector.
-template <class T>
-struct RowLanes {
-    static constexpr unsigned int lanes = LanesOf<T>::lanes;
-    using Values = typename LanesOf<T>::type;
-
-    static GPU_DEVICE Values load(T const* from) {
-        Values values;
-        std::memcpy(&values, from, sizeof values);
-        return values;
-    }
-    static GPU_DEVICE void store(T* to, Values values) { std::memcpy(to, &values, sizeof values); }
-
-    /// Weights of rows, times the column's, as `T`.
-    static GPU_DEVICE Values weights(float const* rows, float column) {
-        if constexpr (sizeof(T) == sizeof(float)) {
-            return load(rows) * column;
-        } else {
-            return _mm256_cvtps_pd(_mm_mul_ps(_mm_loadu_ps(rows), _mm_set1_ps(column)));
-        }
-    }
-
-    /// `from[positions[g]]` for the lanes g.
-    static GPU_DEVICE Values gather(T const* from, int const* positions) {
-        Values const none{};
-        auto const all = reinterpret_cast<Values>(none == none);
-        if constexpr (sizeof(T) == sizeof(float)) {
-            auto const at = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(positions));
-            return _mm256_mask_i32gather_ps(none, from, at, all, sizeof(T));
-        } else {
-            auto const at = _mm_loadu_si128(reinterpret_cast<__m128i const*>(positions));
-            return _mm256_mask_i32gather_pd(none, from, at, all, sizeof(T));
-        }
-    }
-};
-
-/// Rows and columns whose sums are made together, and how.
-template <class Taps, class T, unsigned int planes, bool skipsZeros>
-class Tile {
+/// With four taps along each dimension: all sixteen at once.
+template <class Taps, class T, unsigned int planes>
+class FourTapTile {
     using Lanes = RowLanes<T>;
     using Values = typename Lanes::Values;
+    using Source = TapSource<Taps, T, planes, false>;
 
   public:
-    static constexpr unsigned int maxRows = 256, maxColumns = 16;
-    static constexpr unsigned int maxTaps = 2048;
-
-    /// So many rows at a time: what is kept for each and for every tap should stay in the first cache.
-    static unsigned int rowsFor(unsigned int numTaps) {
-        constexpr unsigned int inCache = 2048, multiple = 8;
-        return std::clamp(inCache / numTaps / multiple * multiple, multiple, maxRows);
+    explicit FourTapTile(Source const& source) : source(source) {
+        rows.numTaps = numTaps;
+        rows.width = width;
     }
 
-    Tile(TapSource<Taps, T, planes, skipsZeros> const& source, unsigned int numTaps)
-        : source(source), numTaps(numTaps) {}
-
-    template <class Store>
-    void run(Patch const& patch, Store store) {
-        width = rowsFor(numTaps);
+    template <class ColumnOf>
+    void run(Patch const& patch, ColumnOf columnOf) {
+        Taps const columns = source.columns;
         for (unsigned int x = patch.x; x < patch.endX; x += width) {
             numRows = std::min(width, patch.endX - x);
-            tabulateRows(x);
+            rows.tabulate(source.rows, x, numRows);
+            std::fill(held, held + numTaps, none);
+            numProducts = 0;
+            for (unsigned int y = patch.y; y < patch.endY; ++y) {
+                auto const place = columns.placeOf(y);
+                float weights[numTaps];
+                unsigned int slots[numTaps];
+                float tap = columns.first();
+                for (unsigned int t = 0; t < numTaps; ++t, tap += 1) {
+                    weights[t] = columns.weight(tap, place);
+                    slots[t] = slotOf(columns.position(tap, place));
+                }
+                float const* const products = productsWith(weights);
+                for (unsigned int p = 0; p < planes; ++p)
+                    sum(columnOf(p, y) + x, products, gathered[p], slots);
+            }
+        }
+    }
+
+  private:
+    static constexpr unsigned int numTaps = 4, width = 128, none = ~0u;
+    static constexpr unsigned int capacity = numTaps * width;
+
+    /// Where the values of a column are held: columns that are taps of one position are neighbours.
+    unsigned int slotOf(unsigned int column) {
+        unsigned int const slot = column % numTaps;
+        if (held[slot] != column) {
+            for (unsigned int p = 0; p < planes; ++p) {
+                rows.gather(source.texels.address() + source.first + p * source.planeSize() +
+                                column * source.rows.size,
+                            gathered[p][slot]);
+            }
+            held[slot] = column;
+        }
+        return slot;
+    }
+
+    /// The products of these weights with those of the rows.
+    float const* productsWith(float const (&weights)[numTaps]) {
+        for (unsigned int k = 0; k < std::min(numProducts, maxProducts); ++k) {
+            if (std::memcmp(columnWeights[k], weights, sizeof weights) == 0) return products[k];
+        }
+        unsigned int const k = numProducts++ % maxProducts;
+        std::memcpy(columnWeights[k], weights, sizeof weights);
+        for (unsigned int c = 0; c < numTaps; ++c) {
+#pragma GCC ivdep
+            for (unsigned int i = 0; i < capacity; ++i)
+                products[k][c * capacity + i] = rows.weights[i] * weights[c];
+        }
+        return products[k];
+    }
+
+    /// Out of line, so that it is built once.
+    __attribute__((noinline)) void sum(T* to, float const* product, T const (&values)[numTaps][capacity],
+                                       unsigned int const (&slots)[numTaps]) const {
+        T const *const v0 = values[slots[0]], *const v1 = values[slots[1]], *const v2 = values[slots[2]],
+                       *const v3 = values[slots[3]];
+        for (unsigned long i = 0; i < numRows; i += Lanes::lanes) {
+            Values result{};
+            auto const add = [&](unsigned int c, T const* of) GPU_INLINE {
+                for (unsigned int r = 0; r < numTaps; ++r) {
+                    result +=
+                        weightsAt(product + c * capacity + r * width + i) * Lanes::load(of + r * width + i);
+                }
+            };
+            add(0, v0);
+            add(1, v1);
+            add(2, v2);
+            add(3, v3);
+            Lanes::store(to + i, result, numRows - static_cast<unsigned int>(i));
+        }
+    }
+
+    static GPU_DEVICE Values weightsAt(float const* weights) {
+        if constexpr (sizeof(T) == sizeof(float)) {
+            return Lanes::load(weights);
+        } else {
+            return _mm256_cvtps_pd(_mm_loadu_ps(weights));
+        }
+    }
+
+    static constexpr unsigned int maxProducts = 4;
+
+    Source const& source;
+    unsigned int numRows, numProducts;
+    TappedRows<Taps, T, capacity> rows;
+    unsigned int held[numTaps];
+    alignas(64) T gathered[planes][numTaps][capacity];
+    float columnWeights[maxProducts][numTaps];
+    alignas(64) float products[maxProducts][numTaps * capacity];
+};
+
+/// With any number of taps: column by column of the texture, each added to the columns of the result that
+/// count it.
+template <class Taps, class T, unsigned int planes>
+class ManyTapTile {
+    using Lanes = RowLanes<T>;
+    using Values = typename Lanes::Values;
+    using Source = TapSource<Taps, T, planes, true>;
+
+  public:
+    static constexpr unsigned int maxTaps = 2048;
+
+    ManyTapTile(Source const& source, unsigned int numTaps) : source(source) {
+        constexpr unsigned int inCache = 2048, multiple = 8;
+        rows.numTaps = numTaps;
+        rows.width = std::clamp(inCache / numTaps / multiple * multiple, multiple, maxRows);
+    }
+
+    template <class ColumnOf>
+    void run(Patch const& patch, ColumnOf columnOf) {
+        for (unsigned int x = patch.x; x < patch.endX; x += rows.width) {
+            numRows = std::min(rows.width, patch.endX - x);
+            rows.tabulate(source.rows, x, numRows);
             for (unsigned int y = patch.y; y < patch.endY; y += maxColumns) {
                 numColumns = std::min(maxColumns, patch.endY - y);
-                sumColumns(y);
+                beginColumns(y);
+                sumColumns();
                 for (unsigned int j = 0; j < numColumns; ++j) {
-                    for (unsigned int p = 0; p < planes; ++p) {
-                        T const *const value = sums[j][p], *const weight = weights[j];
-#pragma GCC ivdep
-                        for (unsigned long i = 0; i < numRows; ++i)
-                            store(p, x + i, y + j, value[i], weight[i]);
-                    }
+                    for (unsigned int p = 0; p < planes; ++p)
+                        divide(columnOf(p, y + j) + x, sums[j][p], weightsOf[j]);
                 }
             }
         }
     }
 
   private:
+    static constexpr unsigned int maxRows = 256, maxColumns = 16;
     static constexpr unsigned int capacity = maxTaps * 8;
 
-    void tabulateRows(unsigned int x) {
-        Taps const& rows = source.rows;
-        float tap = rows.first();
-        for (unsigned int t = 0; t < numTaps; ++t, tap += 1) {
-#pragma GCC ivdep
-            for (unsigned long i = 0; i < width; ++i) {
-                // Lanes past the patch's rows do what its last one does.
-                auto const at = rows.placeOf(std::min<unsigned int>(x + i, x + numRows - 1));
-                rowWeights[t * width + i] = rows.weight(tap, at);
-                positions[t * width + i] = static_cast<int>(rows.position(tap, at));
-            }
-        }
-    }
-
-    /// Goes over the columns of the input, and adds each to the columns of the result that count it, to each
-    /// as often as its taps are there.
-    void sumColumns(unsigned int y) {
-        std::memset(sums, 0, sizeof sums);
-        std::memset(weights, 0, sizeof weights);
-        Taps const& columns = source.columns;
-        typename Taps::Place places[maxColumns];
-        float next[maxColumns];
-        unsigned int numLeft = numColumns;
+    void beginColumns(unsigned int y) {
+        Taps const columns = source.columns;
         for (unsigned int j = 0; j < numColumns; ++j) {
             places[j] = columns.placeOf(y + j);
             next[j] = columns.first();
-            numLeft -= next[j] <= columns.last() ? 0 : 1;
-        }
-        while (numLeft > 0) {
-            unsigned int column = ~0u;
-            for (unsigned int j = 0; j < numColumns; ++j) {
-                if (next[j] <= columns.last())
-                    column = std::min(column, columns.position(next[j], places[j]));
+            weightsOf[j] = weights[j];
+            for (unsigned int same = 0; same < j && weightsOf[j] == weights[j]; ++same) {
+                if (haveSameWeights(places[same], places[j])) weightsOf[j] = weightsOf[same];
             }
-            bool isGathered = false;
+            std::fill(weights[j], weights[j] + rows.width, T(0));
+            for (unsigned int p = 0; p < planes; ++p) std::fill(sums[j][p], sums[j][p] + rows.width, T(0));
+        }
+    }
+
+    bool haveSameWeights(typename Taps::Place a, typename Taps::Place b) const {
+        Taps const& columns = source.columns;
+        if (a.fraction == b.fraction) return true;
+        for (float tap = columns.first(); tap <= columns.last(); tap += 1) {
+            if (columns.weight(tap, a) != columns.weight(tap, b)) return false;
+        }
+        return true;
+    }
+
+    bool isLeft(unsigned int j) const { return next[j] <= source.columns.last(); }
+
+    void sumColumns() {
+        Taps const columns = source.columns;
+        for (;;) {
+            constexpr unsigned int none = ~0u;
+            unsigned int column = none;
             for (unsigned int j = 0; j < numColumns; ++j) {
-                while (next[j] <= columns.last() && columns.position(next[j], places[j]) == column) {
+                if (isLeft(j)) column = std::min(column, columns.position(next[j], places[j]));
+            }
+            if (column == none) return;
+            bool isGathered = false, isFinite = false;
+            for (unsigned int j = 0; j < numColumns; ++j) {
+                for (; isLeft(j) && columns.position(next[j], places[j]) == column; next[j] += 1) {
                     float const weight = columns.weight(next[j], places[j]);
-                    next[j] += 1;
-                    numLeft -= next[j] <= columns.last() ? 0 : 1;
-                    if (skipsZeros && weight == 0) continue;
-                    if (!isGathered) gather(column);
+                    if (weight == 0) continue;
+                    if (!isGathered) isFinite = gather(column);
                     isGathered = true;
-                    add(j, weight);
+                    if (weightsOf[j] == weights[j]) addWeights(weights[j], weight);
+                    for (unsigned int p = 0; p < planes; ++p) {
+                        if (isFinite) {
+                            addFinite(sums[j][p], gathered[p], weight);
+                        } else {
+                            addAny(sums[j][p], gathered[p], weight);
+                        }
+                    }
                 }
             }
         }
     }
 
-    void gather(unsigned int column) {
+    bool gather(unsigned int column) {
+        bool isFinite = true;
         for (unsigned int p = 0; p < planes; ++p) {
-            T const* const from =
-                source.texels.address() + source.first + p * source.planeSize() + column * source.rows.size;
-            for (unsigned int k = 0; k < numTaps * width; k += Lanes::lanes) {
-                Lanes::store(gathered[p] + k, Lanes::gather(from, positions + k));
+            isFinite &= rows.gather(
+                source.texels.address() + source.first + p * source.planeSize() + column * source.rows.size,
+                gathered[p]);
+        }
+        return isFinite;
+    }
+
+    /// Adds `term(weights, k)` for each tap to the sums of the rows, k being the place of tap and row.
+    template <class Term>
+    GPU_DEVICE void addTaps(T* to, float columnWeight, Term term) const {
+        unsigned long const width = rows.width, end = width * rows.numTaps;
+        for (unsigned long i = 0; i < numRows; i += Lanes::lanes) {
+            Values sum = Lanes::load(to + i);
+            for (unsigned long k = i; k < end; k += width) {
+                sum += term(Lanes::weights(rows.weights + k, columnWeight), k);
             }
+            Lanes::store(to + i, sum);
         }
     }
 
-    /// The gathered column, weighted, to column `j`.
-    void add(unsigned int j, float columnWeight) {
-        for (unsigned int i = 0; i < numRows; i += Lanes::lanes) {
-            Values values[planes], weight = Lanes::load(weights[j] + i);
-            for (unsigned int p = 0; p < planes; ++p) values[p] = Lanes::load(sums[j][p] + i);
-            for (unsigned int k = i; k < numTaps * width; k += width) {
-                Values const w = Lanes::weights(rowWeights + k, columnWeight);
-                for (unsigned int p = 0; p < planes; ++p) {
-                    Values const product = w * Lanes::load(gathered[p] + k);
-                    // A sum is never -0, so that to add +0 is to leave it.
-                    values[p] += skipsZeros ? (w == 0 ? Values{} : product) : product;
-                }
-                weight += w;
-            }
-            Lanes::store(weights[j] + i, weight);
-            for (unsigned int p = 0; p < planes; ++p) Lanes::store(sums[j][p] + i, values[p]);
-        }
+    /// Sums are never -0, so that they stay what they are where 0 is added, of whatever sign: weights of 0
+    /// need no care,
+    __attribute__((noinline)) void addWeights(T* to, float weight) const {
+        addTaps(to, weight, [](Values w, unsigned long) GPU_INLINE { return w; });
+    }
+    __attribute__((noinline)) void addFinite(T* to, T const* values, float weight) const {
+        addTaps(to, weight,
+                [=](Values w, unsigned long k) GPU_INLINE { return w * Lanes::load(values + k); });
+    }
+    /// but with infinities and NaN.
+    __attribute__((noinline)) void addAny(T* to, T const* values, float weight) const {
+        addTaps(to, weight, [=](Values w, unsigned long k) GPU_INLINE {
+            Values const product = w * Lanes::load(values + k);
+            return w == 0 ? Values{} : product;
+        });
     }
 
-    TapSource<Taps, T, planes, skipsZeros> const& source;
-    unsigned int const numTaps;
-    unsigned int width, numRows, numColumns;
+    void divide(T* to, T const* sum, T const* weight) const {
+#pragma GCC ivdep
+        for (unsigned long i = 0; i < numRows; ++i) to[i] = sum[i] / weight[i];
+    }
 
-    // By tap and row,
-    alignas(64) float rowWeights[capacity];
-    alignas(64) int positions[capacity];
+    Source const& source;
+    unsigned int numRows, numColumns;
+    TappedRows<Taps, T, capacity> rows;
+    typename Taps::Place places[maxColumns];
+    float next[maxColumns];          ///< the tap that comes next
+    T const* weightsOf[maxColumns];  ///< the sums of weights, one's own or those of a column with the same
     alignas(64) T gathered[planes][capacity];
-    // and by column and row.
     alignas(64) T sums[maxColumns][planes][maxRows];
     alignas(64) T weights[maxColumns][maxRows];
 };
 
 }  // namespace detail
 
-/// Calls `store(plane, x, y, sum, sumOfWeights)` for the sums at the positions of a patch.
-template <class Taps, class T, unsigned int planes, bool skipsZeros, class Store>
-GPU_DEVICE void sumTaps(Patch const& patch, TapSource<Taps, T, planes, skipsZeros> const& source,
-                        Store store) {
+/// Stores the sums at the positions (x, y) of a patch at `columnOf(plane, y)[x]`.
+template <class Taps, class T, unsigned int planes, bool areNormalised, class ColumnOf>
+GPU_DEVICE void sumTaps(Patch const& patch, TapSource<Taps, T, planes, areNormalised> const& source,
+                        ColumnOf columnOf) {
     if (!source.isReadable()) return;
-    using Tile = detail::Tile<Taps, T, planes, skipsZeros>;
-    unsigned int numTaps = 0;
-    for (float tap = source.rows.first(); tap <= source.rows.last() && numTaps <= Tile::maxTaps; tap += 1)
-        ++numTaps;
-    if (numTaps > 0 && numTaps <= Tile::maxTaps) {
-        Tile(source, numTaps).run(patch, store);
-        return;
-    }
-    for (unsigned int y = patch.y; y < patch.endY; ++y) {
-        for (unsigned int x = patch.x; x < patch.endX; ++x) {
-            auto const sums = tapSumsAt(source, x, y);
-            for (unsigned int p = 0; p < planes; ++p) store(p, x, y, sums.values[p], sums.weights);
+    if constexpr (!areNormalised) {
+        detail::FourTapTile<Taps, T, planes>(source).run(patch, columnOf);
+    } else {
+        using Tile = detail::ManyTapTile<Taps, T, planes>;
+        unsigned int numTaps = 0;
+        for (float tap = source.rows.first(); tap <= source.rows.last() && numTaps <= Tile::maxTaps;
+             tap += 1) {
+            ++numTaps;
+        }
+        if (numTaps > 0 && numTaps <= Tile::maxTaps) {
+            Tile(source, numTaps).run(patch, columnOf);
+            return;
+        }
+        for (unsigned int y = patch.y; y < patch.endY; ++y) {
+            for (unsigned int x = patch.x; x < patch.endX; ++x) {
+                source.sumAt(x, y, [&](unsigned int p, T sum) { columnOf(p, y)[x] = sum; });
+            }
         }
     }
 }

@@ -1,0 +1,142 @@
+#pragma once
+
+#include <immintrin.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "device.hpp"
+#include "lane_types.hpp"
+
+namespace gpuruntime::backend::detail {
+
+/// Neighbouring rows as lanes of a vector.
+template <class T>
+struct RowLanes {
+    static constexpr unsigned int lanes = LanesOf<T>::lanes;
+    using Values = typename LanesOf<T>::type;
+
+    static GPU_DEVICE Values load(T const* from) {
+        Values values;
+        std::memcpy(&values, from, sizeof values);
+        return values;
+    }
+    static GPU_DEVICE void store(T* to, Values values) { std::memcpy(to, &values, sizeof values); }
+
+    /// Stores no more than `count` lanes.
+    static GPU_DEVICE void store(T* to, Values values, unsigned int count) {
+        if (count >= lanes) {
+            store(to, values);
+        } else {
+            std::memcpy(to, &values, count * sizeof(T));
+        }
+    }
+
+    /// Weights of rows, times the column's, as `T`.
+    static GPU_DEVICE Values weights(float const* rows, float column) {
+        if constexpr (sizeof(T) == sizeof(float)) {
+            return load(rows) * column;
+        } else {
+            return _mm256_cvtps_pd(_mm_mul_ps(_mm_loadu_ps(rows), _mm_set1_ps(column)));
+        }
+    }
+
+    /// `from[positions[g]]` for the lanes g.
+    static GPU_DEVICE Values gather(T const* from, int const* positions) {
+        Values const none{};
+        auto const all = reinterpret_cast<Values>(none == none);
+        if constexpr (sizeof(T) == sizeof(float)) {
+            auto const at = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(positions));
+            return _mm256_mask_i32gather_ps(none, from, at, all, sizeof(T));
+        } else {
+            auto const at = _mm_loadu_si128(reinterpret_cast<__m128i const*>(positions));
+            return _mm256_mask_i32gather_pd(none, from, at, all, sizeof(T));
+        }
+    }
+};
+
+/// What the rows of a tile have by their taps, the same for all columns: weights and positions, by tap and
+/// row.
+template <class Taps, class T, unsigned int capacity>
+struct TappedRows {
+    using Lanes = RowLanes<T>;
+
+    unsigned int numTaps;
+    unsigned int width;  ///< rows that there is room for, a multiple of 8
+    alignas(64) float weights[capacity];
+
+    /// Of `count` rows from `x` on. Room for further rows is filled with the last one's.
+    void tabulate(Taps const taps, unsigned int x, unsigned int count) {
+        size = taps.size;
+        double below[maxWidth], fraction[maxWidth];
+#pragma GCC ivdep
+        for (unsigned long i = 0; i < width; ++i) {
+            auto const place = taps.placeOf(x + static_cast<unsigned int>(i < count ? i : count - 1));
+            below[i] = place.below;
+            fraction[i] = place.fraction;
+        }
+        float tap = taps.first();
+        for (unsigned int t = 0; t < numTaps; ++t, tap += 1) {
+            float* const weightsOfTap = weights + t * width;
+            int* const positionsOfTap = positions + t * width;
+#pragma GCC ivdep
+            for (unsigned long i = 0; i < width; ++i)
+                weightsOfTap[i] = taps.weight(tap, {below[i], fraction[i]});
+#pragma GCC ivdep
+            for (unsigned long i = 0; i < width; ++i) {
+                positionsOfTap[i] = static_cast<int>(taps.position(tap, {below[i], fraction[i]}));
+            }
+        }
+        if constexpr (hasShortSpans) findSpans();
+    }
+
+    /// What the rows and taps have of a column, by tap and row. Returns whether all of it is finite.
+    bool gather(T const* column, T* to) const {
+        typename Lanes::Values differences{};
+        for (unsigned int k = 0; k < numTaps * width; k += Lanes::lanes) {
+            auto const values = valuesAt(column, k);
+            differences += values - values;
+            Lanes::store(to + k, values);
+        }
+        for (unsigned int g = 0; g < Lanes::lanes; ++g) {
+            if (differences[g] != 0) return false;
+        }
+        return true;
+    }
+
+  private:
+    static constexpr unsigned int maxWidth = 256;
+
+    /// Where rows lie close together, the values of a vector are within one that is read at once.
+    static constexpr bool hasShortSpans = sizeof(T) == sizeof(float);
+    static constexpr int farApart = -1;
+
+    /// Positions do not turn back from row to row. Those of a short span become relative to its start.
+    void findSpans() {
+        constexpr int lanes = Lanes::lanes;
+        for (unsigned int k = 0; k < numTaps * width; k += lanes) {
+            int const first = positions[k], last = positions[k + lanes - 1];
+            int const start = std::min(first, static_cast<int>(size) - lanes);
+            bool const isShort = start >= 0 && first <= last && last - start < lanes;
+            starts[k / lanes] = isShort ? start : farApart;
+            for (int g = 0; g < lanes; ++g) positions[k + g] -= isShort ? start : 0;
+        }
+    }
+
+    GPU_DEVICE typename Lanes::Values valuesAt(T const* column, unsigned int k) const {
+        if constexpr (hasShortSpans) {
+            int const start = starts[k / Lanes::lanes];
+            if (start != farApart) {
+                auto const at = _mm256_load_si256(reinterpret_cast<__m256i const*>(positions + k));
+                return _mm256_permutevar8x32_ps(Lanes::load(column + start), at);
+            }
+        }
+        return Lanes::gather(column, positions + k);
+    }
+
+    unsigned int size;
+    alignas(64) int positions[capacity];
+    int starts[capacity / Lanes::lanes];
+};
+
+}  // namespace gpuruntime::backend::detail
