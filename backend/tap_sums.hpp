@@ -22,6 +22,11 @@ struct TapSource {
 
     GPU_DEVICE unsigned int planeSize() const { return rows.size * columns.size; }
 
+    /// Where the elements of a column begin, on a device whose textures are plain memory.
+    GPU_DEVICE T const* columnOf(unsigned int plane, unsigned int column) const {
+        return texels.address() + first + plane * planeSize() + column * rows.size;
+    }
+
     GPU_DEVICE bool isReadable() const { return backend::isReadable(texels.address()); }
 
     /// Calls `store(plane, sum)` for the position (x, y) of the result: sums go over the columns, and for

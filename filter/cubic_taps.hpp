@@ -48,7 +48,7 @@ struct Taps {
     GPU_DEVICE unsigned int position(float tap, Place at) const {
         double const position = at.below + tap, last = static_cast<double>(size) - 1;
         double const raised = position > 0 ? position : 0;
-        return static_cast<unsigned int>(backend::toInt32(raised < last ? raised : last));
+        return static_cast<unsigned int>(backend::toIntegerInside<int>(raised < last ? raised : last));
     }
 };
 

@@ -25,7 +25,7 @@ GPU_DEVICE void withPatch(unsigned int x, unsigned int y, unsigned int nx, unsig
 /// others, which have nothing to do.
 template <class F>
 GPU_DEVICE void withPatchOfGrid(unsigned int nx, unsigned int ny, F f) {
-    constexpr unsigned int blocksOfPatch = BlockWalk::groupHeight;
+    constexpr unsigned int blocksOfPatch = 32;
     TileThreads const threads;
     unsigned int const x = blockIndex().x * threads.sizeX(), y = blockIndex().y * threads.sizeY();
     if (blockIndex().y % blocksOfPatch != 0 || x >= nx || y >= ny) return;

@@ -61,9 +61,9 @@ class FourTapTile {
         unsigned int const slot = column % numTaps;
         if (held[slot] != column) {
             for (unsigned int p = 0; p < planes; ++p) {
-                rows.gather(source.texels.address() + source.first + p * source.planeSize() +
-                                column * source.rows.size,
-                            gathered[p][slot]);
+                T const* const from = source.columnOf(p, column);
+                rows.prefetchOf(from + source.rows.size);
+                rows.gather(from, gathered[p][slot]);
             }
             held[slot] = column;
         }
@@ -73,7 +73,7 @@ class FourTapTile {
     /// The products of these weights with those of the rows.
     float const* productsWith(float const (&weights)[numTaps]) {
         for (unsigned int k = 0; k < std::min(numProducts, maxProducts); ++k) {
-            if (std::memcmp(columnWeights[k], weights, sizeof weights) == 0) return products[k];
+            if (std::equal(weights, weights + numTaps, columnWeights[k])) return products[k];
         }
         unsigned int const k = numProducts++ % maxProducts;
         std::memcpy(columnWeights[k], weights, sizeof weights);
@@ -220,9 +220,9 @@ class ManyTapTile {
     bool gather(unsigned int column) {
         bool isFinite = true;
         for (unsigned int p = 0; p < planes; ++p) {
-            isFinite &= rows.gather(
-                source.texels.address() + source.first + p * source.planeSize() + column * source.rows.size,
-                gathered[p]);
+            T const* const from = source.columnOf(p, column);
+            rows.prefetchOf(from + source.rows.size);
+            isFinite &= rows.gather(from, gathered[p]);
         }
         return isFinite;
     }

@@ -68,32 +68,40 @@ struct TappedRows {
     /// Of `count` rows from `x` on. Room for further rows is filled with the last one's.
     void tabulate(Taps const taps, unsigned int x, unsigned int count) {
         size = taps.size;
+        unsigned long const n = width, last = count - 1;
         double below[maxWidth], fraction[maxWidth];
 #pragma GCC ivdep
-        for (unsigned long i = 0; i < width; ++i) {
-            auto const place = taps.placeOf(x + static_cast<unsigned int>(i < count ? i : count - 1));
+        for (unsigned long i = 0; i < n; ++i) {
+            auto const place = taps.placeOf(x + static_cast<unsigned int>(std::min(i, last)));
             below[i] = place.below;
             fraction[i] = place.fraction;
         }
         float tap = taps.first();
         for (unsigned int t = 0; t < numTaps; ++t, tap += 1) {
-            float* const weightsOfTap = weights + t * width;
-            int* const positionsOfTap = positions + t * width;
+            float* const weightsOfTap = weights + t * n;
+            int* const positionsOfTap = positions + t * n;
 #pragma GCC ivdep
-            for (unsigned long i = 0; i < width; ++i)
-                weightsOfTap[i] = taps.weight(tap, {below[i], fraction[i]});
+            for (unsigned long i = 0; i < n; ++i) weightsOfTap[i] = taps.weight(tap, {below[i], fraction[i]});
 #pragma GCC ivdep
-            for (unsigned long i = 0; i < width; ++i) {
+            for (unsigned long i = 0; i < n; ++i) {
                 positionsOfTap[i] = static_cast<int>(taps.position(tap, {below[i], fraction[i]}));
             }
         }
+        begin = static_cast<unsigned int>(std::max(0, std::min(positions[0], positions[n - 1])));
+        auto const end = static_cast<unsigned int>(std::max(positions[0], positions[numTaps * n - 1]));
+        numRead = end < begin ? 0 : std::min(end - begin + 1, farReach);
         if constexpr (hasShortSpans) findSpans();
     }
+
+    /// Fetches what the rows and taps have of a column, which need not exist, ahead of its use: from column
+    /// to column the hardware foresees nothing.
+    void prefetchOf(T const* column) const { prefetch(column + begin, numRead); }
 
     /// What the rows and taps have of a column, by tap and row. Returns whether all of it is finite.
     bool gather(T const* column, T* to) const {
         typename Lanes::Values differences{};
-        for (unsigned int k = 0; k < numTaps * width; k += Lanes::lanes) {
+        unsigned long const n = numTaps * width;
+        for (unsigned long k = 0; k < n; k += Lanes::lanes) {
             auto const values = valuesAt(column, k);
             differences += values - values;
             Lanes::store(to + k, values);
@@ -113,17 +121,20 @@ struct TappedRows {
 
     /// Positions do not turn back from row to row. Those of a short span become relative to its start.
     void findSpans() {
-        constexpr int lanes = Lanes::lanes;
-        for (unsigned int k = 0; k < numTaps * width; k += lanes) {
-            int const first = positions[k], last = positions[k + lanes - 1];
-            int const start = std::min(first, static_cast<int>(size) - lanes);
-            bool const isShort = start >= 0 && first <= last && last - start < lanes;
+        constexpr unsigned int lanes = Lanes::lanes;
+        int const lastStart = static_cast<int>(size) - static_cast<int>(lanes);
+        unsigned long const n = numTaps * width;
+        for (unsigned long k = 0; k < n; k += lanes) {
+            int const first = positions[k], last = positions[k + lanes - 1],
+                      start = std::min(first, lastStart);
+            bool const isShort = start >= 0 && first <= last && last - start < static_cast<int>(lanes);
             starts[k / lanes] = isShort ? start : farApart;
-            for (int g = 0; g < lanes; ++g) positions[k + g] -= isShort ? start : 0;
+            auto* const at = reinterpret_cast<__m256i*>(positions + k);
+            *at = _mm256_sub_epi32(*at, _mm256_set1_epi32(isShort ? start : 0));
         }
     }
 
-    GPU_DEVICE typename Lanes::Values valuesAt(T const* column, unsigned int k) const {
+    GPU_DEVICE typename Lanes::Values valuesAt(T const* column, unsigned long k) const {
         if constexpr (hasShortSpans) {
             int const start = starts[k / Lanes::lanes];
             if (start != farApart) {
@@ -134,7 +145,10 @@ struct TappedRows {
         return Lanes::gather(column, positions + k);
     }
 
+    static constexpr unsigned int farReach = 4096;  ///< more than this is fetched ahead by the hardware
+
     unsigned int size;
+    unsigned int begin, numRead;  ///< what is read of a column, about
     alignas(64) int positions[capacity];
     int starts[capacity / Lanes::lanes];
 };
