@@ -136,10 +136,11 @@ class ManyTapTile {
   public:
     static constexpr unsigned int maxTaps = 2048;
 
-    ManyTapTile(Source const& source, unsigned int numTaps) : source(source) {
+    ManyTapTile(Source const& source, unsigned int numRowTaps, unsigned int numColumnTaps)
+        : source(source), numColumnTaps(numColumnTaps) {
         constexpr unsigned int inCache = 2048, multiple = 8;
-        rows.numTaps = numTaps;
-        rows.width = std::clamp(inCache / numTaps / multiple * multiple, multiple, maxRows);
+        rows.numTaps = numRowTaps;
+        rows.width = std::clamp(inCache / numRowTaps / multiple * multiple, multiple, maxRows);
     }
 
     template <class ColumnOf>
@@ -160,47 +161,40 @@ class ManyTapTile {
     }
 
   private:
-    static constexpr unsigned int maxRows = 256, maxColumns = 16;
+    static constexpr unsigned int maxRows = 256, maxColumns = 16, none = ~0u;
     static constexpr unsigned int capacity = maxTaps * 8;
 
     void beginColumns(unsigned int y) {
         Taps const columns = source.columns;
         for (unsigned int j = 0; j < numColumns; ++j) {
-            places[j] = columns.placeOf(y + j);
-            next[j] = columns.first();
+            auto const place = columns.placeOf(y + j);
+            float tap = columns.first();
+            for (unsigned int t = 0; t < numColumnTaps; ++t, tap += 1) {
+                columnWeights[j][t] = columns.weight(tap, place);
+                positions[j][t] = columns.position(tap, place);
+            }
+            positions[j][numColumnTaps] = none;
+            next[j] = 0;
             weightsOf[j] = weights[j];
             for (unsigned int same = 0; same < j && weightsOf[j] == weights[j]; ++same) {
-                if (haveSameWeights(places[same], places[j])) weightsOf[j] = weightsOf[same];
+                if (std::equal(columnWeights[j], columnWeights[j] + numColumnTaps, columnWeights[same])) {
+                    weightsOf[j] = weightsOf[same];
+                }
             }
             std::fill(weights[j], weights[j] + rows.width, T(0));
             for (unsigned int p = 0; p < planes; ++p) std::fill(sums[j][p], sums[j][p] + rows.width, T(0));
         }
     }
 
-    bool haveSameWeights(typename Taps::Place a, typename Taps::Place b) const {
-        Taps const& columns = source.columns;
-        if (a.fraction == b.fraction) return true;
-        for (float tap = columns.first(); tap <= columns.last(); tap += 1) {
-            if (columns.weight(tap, a) != columns.weight(tap, b)) return false;
-        }
-        return true;
-    }
-
-    bool isLeft(unsigned int j) const { return next[j] <= source.columns.last(); }
-
     void sumColumns() {
-        Taps const columns = source.columns;
         for (;;) {
-            constexpr unsigned int none = ~0u;
             unsigned int column = none;
-            for (unsigned int j = 0; j < numColumns; ++j) {
-                if (isLeft(j)) column = std::min(column, columns.position(next[j], places[j]));
-            }
+            for (unsigned int j = 0; j < numColumns; ++j) column = std::min(column, positions[j][next[j]]);
             if (column == none) return;
             bool isGathered = false, isFinite = false;
             for (unsigned int j = 0; j < numColumns; ++j) {
-                for (; isLeft(j) && columns.position(next[j], places[j]) == column; next[j] += 1) {
-                    float const weight = columns.weight(next[j], places[j]);
+                for (; positions[j][next[j]] == column; ++next[j]) {
+                    float const weight = columnWeights[j][next[j]];
                     if (weight == 0) continue;
                     if (!isGathered) isFinite = gather(column);
                     isGathered = true;
@@ -263,15 +257,25 @@ class ManyTapTile {
     }
 
     Source const& source;
+    unsigned int const numColumnTaps;
     unsigned int numRows, numColumns;
     TappedRows<Taps, T, capacity> rows;
-    typename Taps::Place places[maxColumns];
-    float next[maxColumns];          ///< the tap that comes next
+    float columnWeights[maxColumns][maxTaps];
+    unsigned int positions[maxColumns][maxTaps + 1];  ///< after the last tap none
+    unsigned int next[maxColumns];                    ///< the tap that comes next
     T const* weightsOf[maxColumns];  ///< the sums of weights, one's own or those of a column with the same
     alignas(64) T gathered[planes][capacity];
     alignas(64) T sums[maxColumns][planes][maxRows];
     alignas(64) T weights[maxColumns][maxRows];
 };
+
+/// How many taps there are, or more than `limit`: there can be no end of them.
+template <class Taps>
+unsigned int countTaps(Taps const& taps, unsigned int limit) {
+    unsigned int n = 0;
+    for (float tap = taps.first(); tap <= taps.last() && n <= limit; tap += 1) ++n;
+    return n;
+}
 
 }  // namespace detail
 
@@ -284,13 +288,10 @@ GPU_DEVICE void sumTaps(Patch const& patch, TapSource<Taps, T, planes, areNormal
         detail::FourTapTile<Taps, T, planes>(source).run(patch, columnOf);
     } else {
         using Tile = detail::ManyTapTile<Taps, T, planes>;
-        unsigned int numTaps = 0;
-        for (float tap = source.rows.first(); tap <= source.rows.last() && numTaps <= Tile::maxTaps;
-             tap += 1) {
-            ++numTaps;
-        }
-        if (numTaps > 0 && numTaps <= Tile::maxTaps) {
-            Tile(source, numTaps).run(patch, columnOf);
+        unsigned int const rowTaps = detail::countTaps(source.rows, Tile::maxTaps);
+        unsigned int const columnTaps = detail::countTaps(source.columns, Tile::maxTaps);
+        if (rowTaps > 0 && rowTaps <= Tile::maxTaps && columnTaps <= Tile::maxTaps) {
+            Tile(source, rowTaps, columnTaps).run(patch, columnOf);
             return;
         }
         for (unsigned int y = patch.y; y < patch.endY; ++y) {
