@@ -140,13 +140,13 @@ struct Samples {
 /// Stores out(n) = `step`(in(n), z) along each signal, z being its `order` state values. `Step` is a template
 /// over what holds the values of the signals that are worked on at once.
 template <unsigned int order, template <class> class Step, class T>
-GPU_DEVICE void recur(TileThreads const& threads, Signals<T> signals, States<T> states, Step<T> const& one) {
+GPU_DEVICE void recur(TileThreads const& threads, Signals<T> const& signals, States<T> const& states,
+                      Step<T> const& one) {
     using Lanes = SignalValues<T>;
     using Values = typename Lanes::Values;
     constexpr unsigned int lanes = Lanes::lanes, blockSize = 64, capacity = detail::Samples<T>::capacity;
-    Step<Values> const step(one);
-    unsigned int const count = std::min({signals.count, threads.sizeX(), blockSize});
-    unsigned int const numGroups = (count + lanes - 1) / lanes;
+    unsigned int count = std::min({signals.count, threads.sizeX(), blockSize});
+    if (count % lanes == 1) recurAlong<order>(signals, states, --count, one);
 
     alignas(32) T z[blockSize / lanes][order][lanes] = {};
     auto const forEachState = [&](auto f) {
@@ -159,21 +159,29 @@ GPU_DEVICE void recur(TileThreads const& threads, Signals<T> signals, States<T> 
             value = states.initial[c * states.initialStride + k];
         });
     }
-    for (unsigned int n = 0; n < signals.length; n += std::min(capacity, signals.length - n)) {
-        unsigned int const numSamples = std::min(capacity, signals.length - n);
-        for (unsigned int g = 0; g < numGroups; ++g) {
-            unsigned int const numSignals = std::min(lanes, count - g * lanes);
-            unsigned long const first =
-                1ul * g * lanes * signals.signalStride + 1ul * n * signals.sampleStride;
-            detail::Samples<T> samples;
-            samples.read(signals.in + first, signals, numSignals, numSamples);
-            Values state[order];
-            unrolled<order>([&](auto k) { state[k] = Lanes::load(z[g][k]); });
-            for (unsigned int k = 0; k < numSamples; ++k) {
-                Lanes::store(samples.values[k], step(Lanes::load(samples.values[k]), state));
+    Step<Values> const step(one);
+    unsigned int const numGroups = (count + lanes - 1) / lanes;
+    // Of contiguous signals each is a stream of its own, and the hardware foresees few at once: two groups of
+    // them go to their end before others begin.
+    unsigned int const numTogether = signals.signalStride == 1 ? numGroups : 2;
+    for (unsigned int begin = 0; begin < numGroups; begin += numTogether) {
+        unsigned int const end = std::min(begin + numTogether, numGroups);
+        for (unsigned int n = 0; n < signals.length; n += std::min(capacity, signals.length - n)) {
+            unsigned int const numSamples = std::min(capacity, signals.length - n);
+            for (unsigned int g = begin; g < end; ++g) {
+                unsigned int const numSignals = std::min(lanes, count - g * lanes);
+                unsigned long const first =
+                    1ul * g * lanes * signals.signalStride + 1ul * n * signals.sampleStride;
+                detail::Samples<T> samples;
+                samples.read(signals.in + first, signals, numSignals, numSamples);
+                Values state[order];
+                unrolled<order>([&](auto k) { state[k] = Lanes::load(z[g][k]); });
+                for (unsigned int k = 0; k < numSamples; ++k) {
+                    Lanes::store(samples.values[k], step(Lanes::load(samples.values[k]), state));
+                }
+                unrolled<order>([&](auto k) { Lanes::store(z[g][k], state[k]); });
+                samples.write(signals.out + first, signals, numSignals, numSamples);
             }
-            unrolled<order>([&](auto k) { Lanes::store(z[g][k], state[k]); });
-            samples.write(signals.out + first, signals, numSignals, numSamples);
         }
     }
     if (states.final != nullptr) {
