@@ -72,7 +72,8 @@ GPU_DEVICE void resize(backend::Patch const& patch, T* out, imresize_param_t con
         {param.invScaleCols, param.scaleCols, inCols, areColumnsWidened},
         texels,
         static_cast<unsigned int>(param.texOffset) + plane * inRows * inCols};
-    backend::sumTaps(patch, source, [=](unsigned int p, unsigned int col) {
+    bool const isStreamed = backend::isStreamed<T>(1ul * Planes * outRows * outCols);
+    backend::sumTaps(patch, source, isStreamed, [=](unsigned int p, unsigned int col) {
         return out + ((plane + p) * outCols + col) * outRows;
     });
 }

@@ -5,6 +5,7 @@
 
 #include "backend/tap_sums.hpp"
 #include "patch.hpp"
+#include "rows.hpp"
 #include "tapped_rows.hpp"
 
 /// Sums over taps at the positions of a patch. What rows have by their taps is the same for all columns of
@@ -23,7 +24,7 @@ class FourTapTile {
     using Source = TapSource<Taps, T, planes, false>;
 
   public:
-    explicit FourTapTile(Source const& source) : source(source) {
+    FourTapTile(Source const& source, bool isStreamed) : source(source), isStreamed(isStreamed) {
         rows.numTaps = numTaps;
         rows.width = width;
     }
@@ -117,12 +118,14 @@ class FourTapTile {
     static constexpr unsigned int maxProducts = 4;
 
     Source const& source;
+    bool const isStreamed;
     unsigned int numRows, numProducts;
     TappedRows<Taps, T, capacity> rows;
     unsigned int held[numTaps];
     alignas(64) T gathered[planes][numTaps][capacity];
     float columnWeights[maxProducts][numTaps];
     alignas(64) float products[maxProducts][numTaps * capacity];
+    alignas(64) T results[width];
 };
 
 /// With any number of taps: column by column of the texture, each added to the columns of the result that
@@ -279,13 +282,14 @@ unsigned int countTaps(Taps const& taps, unsigned int limit) {
 
 }  // namespace detail
 
-/// Stores the sums at the positions (x, y) of a patch at `columnOf(plane, y)[x]`.
+/// Stores the sums at the positions (x, y) of a patch at `columnOf(plane, y)[x]`, past the caches where
+/// `isStreamed` holds.
 template <class Taps, class T, unsigned int planes, bool areNormalised, class ColumnOf>
 GPU_DEVICE void sumTaps(Patch const& patch, TapSource<Taps, T, planes, areNormalised> const& source,
-                        ColumnOf columnOf) {
+                        bool isStreamed, ColumnOf columnOf) {
     if (!source.isReadable()) return;
     if constexpr (!areNormalised) {
-        detail::FourTapTile<Taps, T, planes>(source).run(patch, columnOf);
+        detail::FourTapTile<Taps, T, planes>(source, isStreamed).run(patch, columnOf);
     } else {
         using Tile = detail::ManyTapTile<Taps, T, planes>;
         unsigned int const rowTaps = detail::countTaps(source.rows, Tile::maxTaps);

@@ -8,6 +8,7 @@
 #include "frame/complex.hpp"
 #include "lane_rows.hpp"
 #include "lane_types.hpp"
+#include "parallel.hpp"
 
 /// Recursions along signals, each serial in itself: on this device a lane of a vector has one.
 namespace gpuruntime::backend {
@@ -162,9 +163,13 @@ GPU_DEVICE void recur(TileThreads const& threads, Signals<T> const& signals, Sta
     Step<Values> const step(one);
     unsigned int const numGroups = (count + lanes - 1) / lanes;
     // Of contiguous signals each is a stream of its own, and the hardware foresees few at once: two groups of
-    // them go to their end before others begin.
-    unsigned int const numTogether = signals.signalStride == 1 ? numGroups : 2;
-    for (unsigned int begin = 0; begin < numGroups; begin += numTogether) {
+    // them go to their end before others begin. Long signals are shared out: they may be a block alone.
+    bool const areLong = 1ul * count * signals.length >= (1ul << 18);
+    unsigned int const numTogether = signals.signalStride != 1 ? 2
+                                     : areLong                 ? (numGroups + 1) / 2
+                                                               : numGroups;
+    auto const run = [&](unsigned long part) __attribute__((noinline)) {
+        unsigned int const begin = static_cast<unsigned int>(part) * numTogether;
         unsigned int const end = std::min(begin + numTogether, numGroups);
         for (unsigned int n = 0; n < signals.length; n += std::min(capacity, signals.length - n)) {
             unsigned int const numSamples = std::min(capacity, signals.length - n);
@@ -183,6 +188,12 @@ GPU_DEVICE void recur(TileThreads const& threads, Signals<T> const& signals, Sta
                 samples.write(signals.out + first, signals, numSignals, numSamples);
             }
         }
+    };
+    unsigned int const numParts = numGroups == 0 ? 0 : (numGroups - 1) / numTogether + 1;
+    if (areLong) {
+        eachInParallel(numParts, run);
+    } else {
+        for (unsigned int part = 0; part < numParts; ++part) run(part);
     }
     if (states.final != nullptr) {
         forEachState([&](T value, unsigned long c, unsigned int k) { states.final[c * order + k] = value; });
