@@ -91,7 +91,7 @@ class FourTapTile {
                                        unsigned int const (&slots)[numTaps]) const {
         T const *const v0 = values[slots[0]], *const v1 = values[slots[1]], *const v2 = values[slots[2]],
                        *const v3 = values[slots[3]];
-        for (unsigned long i = 0; i < numRows; i += Lanes::lanes) {
+        auto const sumAt = [&](unsigned long i) GPU_INLINE {
             Values result{};
             auto const add = [&](unsigned int c, T const* of) GPU_INLINE {
                 for (unsigned int r = 0; r < numTaps; ++r) {
@@ -103,7 +103,13 @@ class FourTapTile {
             add(1, v1);
             add(2, v2);
             add(3, v3);
-            Lanes::store(to + i, result, numRows - static_cast<unsigned int>(i));
+            return result;
+        };
+        unsigned long const whole = numRows - numRows % Lanes::lanes;
+        for (unsigned long i = 0; i < whole; i += Lanes::lanes) Lanes::store(to + i, sumAt(i));
+        if (whole < numRows) {
+            Values const last = sumAt(whole);
+            std::memcpy(to + whole, &last, (numRows - whole) * sizeof(T));
         }
     }
 

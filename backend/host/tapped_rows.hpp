@@ -23,15 +23,6 @@ struct RowLanes {
     }
     static GPU_DEVICE void store(T* to, Values values) { std::memcpy(to, &values, sizeof values); }
 
-    /// Stores no more than `count` lanes.
-    static GPU_DEVICE void store(T* to, Values values, unsigned int count) {
-        if (count >= lanes) {
-            store(to, values);
-        } else {
-            std::memcpy(to, &values, count * sizeof(T));
-        }
-    }
-
     /// Weights of rows, times the column's, as `T`.
     static GPU_DEVICE Values weights(float const* rows, float column) {
         if constexpr (sizeof(T) == sizeof(float)) {
