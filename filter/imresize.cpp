@@ -80,6 +80,8 @@ GPU_DEVICE void resize(backend::Patch const& patch, T* out, imresize_param_t con
 
 template <class T, unsigned int Planes>
 struct ExpandOnlyKernel {
+    static constexpr unsigned int blocksOfPatch = 64;
+
     static GPU_DEVICE void apply(backend::Patch const& patch, T* out, imresize_param_t param,
                                  unsigned int group, backend::Texels<T> texels) {
         resize<Planes, false>(patch, out, param, group, texels, false, false);
@@ -88,6 +90,8 @@ struct ExpandOnlyKernel {
 
 template <class T, unsigned int Planes>
 struct ReduceOnlyKernel {
+    static constexpr unsigned int blocksOfPatch = 16;
+
     static GPU_DEVICE void apply(backend::Patch const& patch, T* out, imresize_param_t param,
                                  unsigned int group, backend::Texels<T> texels) {
         resize<Planes, true>(patch, out, param, group, texels, true, true);
@@ -97,6 +101,8 @@ struct ReduceOnlyKernel {
 /// One dimension shrinks, the other does not.
 template <class T, unsigned int Planes>
 struct GeneralKernel {
+    static constexpr unsigned int blocksOfPatch = 16;
+
     static GPU_DEVICE void apply(backend::Patch const& patch, T* out, imresize_param_t param,
                                  unsigned int group, backend::Texels<T> texels) {
         resize<Planes, true>(patch, out, param, group, texels, !(param.invScaleRows < 1),

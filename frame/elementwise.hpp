@@ -121,7 +121,8 @@ struct EachElement {
     }
 };
 
-/// Whether a functor takes a patch of the array in place of an element, because columns share work.
+/// Whether a functor takes a patch of the array in place of an element, because columns share work; its
+/// `blocksOfPatch` tells how many blocks it is to have where that makes a difference.
 template <class Functor, class... Args>
 inline constexpr bool takesPatch = std::is_invocable_v<decltype(&Functor::apply), backend::Patch, Args...>;
 
@@ -139,7 +140,7 @@ GPU_DEVICE void visit(unsigned int x, unsigned int y, unsigned int nx, unsigned 
 template <class Functor, class... Args>
 GPU_KERNEL void singleStepKernel(unsigned int nx, unsigned int ny, Args... args) {
     if constexpr (takesPatch<Functor, Args...>) {
-        backend::withPatchOfGrid(
+        backend::withPatchOfGrid<Functor::blocksOfPatch>(
             nx, ny, [&](backend::Patch const& patch) { backend::applyToBlock<Functor>(patch, args...); });
         return;
     }

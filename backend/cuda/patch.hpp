@@ -20,8 +20,8 @@ GPU_DEVICE void withPatch(unsigned int x, unsigned int y, unsigned int nx, unsig
     });
 }
 
-/// The same in a grid that covers the array.
-template <class F>
+/// The same in a grid that covers the array. How many blocks could have a patch together means nothing here.
+template <unsigned int blocksOfPatch, class F>
 GPU_DEVICE void withPatchOfGrid(unsigned int nx, unsigned int ny, F f) {
     TileThreads const threads;
     withPatch(blockIndex().x * threads.sizeX(), blockIndex().y * threads.sizeY(), nx, ny, f);

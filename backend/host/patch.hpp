@@ -21,11 +21,10 @@ GPU_DEVICE void withPatch(unsigned int x, unsigned int y, unsigned int nx, unsig
     f(Patch{x, y, x + std::min(threads.sizeX(), nx - x), y + std::min(threads.sizeY(), ny - y)});
 }
 
-/// The same in a grid that covers the array: every so many blocks along y the first takes the work of the
-/// others, which have nothing to do.
-template <class F>
+/// The same in a grid that covers the array: of every `blocksOfPatch` blocks along y the first takes the work
+/// of the others, which have nothing to do.
+template <unsigned int blocksOfPatch, class F>
 GPU_DEVICE void withPatchOfGrid(unsigned int nx, unsigned int ny, F f) {
-    constexpr unsigned int blocksOfPatch = 32;
     TileThreads const threads;
     unsigned int const x = blockIndex().x * threads.sizeX(), y = blockIndex().y * threads.sizeY();
     if (blockIndex().y % blocksOfPatch != 0 || x >= nx || y >= ny) return;

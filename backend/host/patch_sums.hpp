@@ -39,16 +39,16 @@ class FourTapTile {
             numProducts = 0;
             for (unsigned int y = patch.y; y < patch.endY; ++y) {
                 auto const place = columns.placeOf(y);
-                float weights[numTaps];
                 unsigned int slots[numTaps];
                 float tap = columns.first();
-                for (unsigned int t = 0; t < numTaps; ++t, tap += 1) {
-                    weights[t] = columns.weight(tap, place);
+                for (unsigned int t = 0; t < numTaps; ++t, tap += 1)
                     slots[t] = slotOf(columns.position(tap, place));
+                float const* const products = productsAt(place);
+                for (unsigned int p = 0; p < planes; ++p) {
+                    T* const to = columnOf(p, y) + x;
+                    sum(isStreamed ? results : to, products, gathered[p], slots);
+                    if (isStreamed) copyMemory(to, results, numRows * sizeof(T), true);
                 }
-                float const* const products = productsWith(weights);
-                for (unsigned int p = 0; p < planes; ++p)
-                    sum(columnOf(p, y) + x, products, gathered[p], slots);
             }
         }
     }
@@ -71,17 +71,25 @@ class FourTapTile {
         return slot;
     }
 
-    /// The products of these weights with those of the rows.
-    float const* productsWith(float const (&weights)[numTaps]) {
-        for (unsigned int k = 0; k < std::min(numProducts, maxProducts); ++k) {
+    /// The products of the rows' weights with those of a column there.
+    float const* productsAt(typename Taps::Place place) {
+        unsigned int const numKept = std::min(numProducts, maxProducts);
+        for (unsigned int k = 0; k < numKept; ++k) {
+            if (fractions[k] == place.fraction) return products[k];
+        }
+        float weights[numTaps];
+        float tap = source.columns.first();
+        for (unsigned int t = 0; t < numTaps; ++t, tap += 1) weights[t] = source.columns.weight(tap, place);
+        for (unsigned int k = 0; k < numKept; ++k) {
             if (std::equal(weights, weights + numTaps, columnWeights[k])) return products[k];
         }
         unsigned int const k = numProducts++ % maxProducts;
-        std::memcpy(columnWeights[k], weights, sizeof weights);
+        fractions[k] = place.fraction;
+        std::copy(weights, weights + numTaps, columnWeights[k]);
         for (unsigned int c = 0; c < numTaps; ++c) {
+            float* const to = products[k] + c * capacity;
 #pragma GCC ivdep
-            for (unsigned int i = 0; i < capacity; ++i)
-                products[k][c * capacity + i] = rows.weights[i] * weights[c];
+            for (unsigned int i = 0; i < capacity; ++i) to[i] = rows.weights[i] * weights[c];
         }
         return products[k];
     }
@@ -129,6 +137,7 @@ class FourTapTile {
     TappedRows<Taps, T, capacity> rows;
     unsigned int held[numTaps];
     alignas(64) T gathered[planes][numTaps][capacity];
+    double fractions[maxProducts];
     float columnWeights[maxProducts][numTaps];
     alignas(64) float products[maxProducts][numTaps * capacity];
     alignas(64) T results[width];

@@ -92,10 +92,14 @@ struct TappedRows {
     bool gather(T const* column, T* to) const {
         typename Lanes::Values differences{};
         unsigned long const n = numTaps * width;
-        for (unsigned long k = 0; k < n; k += Lanes::lanes) {
-            auto const values = valuesAt(column, k);
+        auto const store = [&](unsigned long k, typename Lanes::Values values) GPU_INLINE {
             differences += values - values;
             Lanes::store(to + k, values);
+        };
+        if (hasShortSpans && areAllShort) {
+            for (unsigned long k = 0; k < n; k += Lanes::lanes) store(k, valuesOfSpan(column, k));
+        } else {
+            for (unsigned long k = 0; k < n; k += Lanes::lanes) store(k, valuesAt(column, k));
         }
         for (unsigned int g = 0; g < Lanes::lanes; ++g) {
             if (differences[g] != 0) return false;
@@ -115,31 +119,37 @@ struct TappedRows {
         constexpr unsigned int lanes = Lanes::lanes;
         int const lastStart = static_cast<int>(size) - static_cast<int>(lanes);
         unsigned long const n = numTaps * width;
+        areAllShort = true;
         for (unsigned long k = 0; k < n; k += lanes) {
             int const first = positions[k], last = positions[k + lanes - 1],
                       start = std::min(first, lastStart);
             bool const isShort = start >= 0 && first <= last && last - start < static_cast<int>(lanes);
             starts[k / lanes] = isShort ? start : farApart;
+            areAllShort &= isShort;
             auto* const at = reinterpret_cast<__m256i*>(positions + k);
             *at = _mm256_sub_epi32(*at, _mm256_set1_epi32(isShort ? start : 0));
         }
     }
 
-    GPU_DEVICE typename Lanes::Values valuesAt(T const* column, unsigned long k) const {
+    GPU_DEVICE typename Lanes::Values valuesOfSpan(T const* column, unsigned long k) const {
         if constexpr (hasShortSpans) {
-            int const start = starts[k / Lanes::lanes];
-            if (start != farApart) {
-                auto const at = _mm256_load_si256(reinterpret_cast<__m256i const*>(positions + k));
-                return _mm256_permutevar8x32_ps(Lanes::load(column + start), at);
-            }
+            auto const at = _mm256_load_si256(reinterpret_cast<__m256i const*>(positions + k));
+            return _mm256_permutevar8x32_ps(Lanes::load(column + starts[k / Lanes::lanes]), at);
+        } else {
+            return Lanes::gather(column, positions + k);
         }
-        return Lanes::gather(column, positions + k);
+    }
+
+    GPU_DEVICE typename Lanes::Values valuesAt(T const* column, unsigned long k) const {
+        bool const isShort = hasShortSpans && starts[k / Lanes::lanes] != farApart;
+        return isShort ? valuesOfSpan(column, k) : Lanes::gather(column, positions + k);
     }
 
     static constexpr unsigned int farReach = 4096;  ///< more than this is fetched ahead by the hardware
 
     unsigned int size;
     unsigned int begin, numRead;  ///< what is read of a column, about
+    bool areAllShort;
     alignas(64) int positions[capacity];
     int starts[capacity / Lanes::lanes];
 };
