@@ -8,6 +8,8 @@ demo: setup
 	@cmake --preset demo >/dev/null
 	cmake --build --preset demo --parallel $(jobs)
 	build/demo/examples/demo data/penguins.csv
+	build/demo/examples/groups data/penguins.csv
+	build/demo/examples/filters data/astronaut.png build/demo/picture.png build/demo/series.png
 
 test: setup
 	@scripts/test.sh

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "frame/complex.hpp"
+#include "lanes.hpp"
 #include "math.hpp"
 
 namespace gpuruntime::backend {
 
-/// a * b + sum, each product fused with its sum. Of complex values all four products count, whatever they
-/// are; those with the real part of `a` come first.
+/// a * b + sum of numbers or of vectors of numbers, each product fused with its sum. Of complex values all
+/// four products count, whatever they are; those with the real part of `a` come first.
 template <class T>
 GPU_DEVICE T multiplyAdd(T a, T b, T sum) {
     if constexpr (internal::isComplex<T>) {

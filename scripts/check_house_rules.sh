@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 device_words='threadIdx|blockIdx|__syncthreads|<<<|__CUDA|__NVCC__|__launch_bounds__|cudaLaunchKernel'
-source_folders=(include frame elementwise random reduction indexing sorting interp filter)
+source_folders=(include frame elementwise random reduction indexing sorting interp filtering)
 
 # A call of a mathematical function: by a name that is no longer ours, or, where ours are not in scope, by its bare name.
 function='(a?(sin|cos|tan)h?|sincos|atan2|(sin|cos|sincos|tan)pi|exp(2|10|m1)?|log(2|10|1p|b)?|powi?|r?hypot|r?cbrt|rsqrt|erfc?x?|erfc?inv|[lt]gamma|normcdf(inv)?|fdivide)'

@@ -18,6 +18,7 @@ packages=(
     libmpfr-dev        # what the mathematical functions are tested against
     libboost-context-dev  # fibers, which run the cuda device's code without a GPU
     libbenchmark-dev   # benchmarks
+    libpng-dev         # the demo's pictures
 )
 for option in "$@"; do
     case $option in

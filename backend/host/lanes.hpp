@@ -15,6 +15,21 @@ inline constexpr unsigned int laneCount = 4;
 using WordLanes = unsigned long __attribute__((vector_size(32)));
 using DoubleLanes = double __attribute__((vector_size(32)));
 using MaskLanes = long __attribute__((vector_size(32)));
+using FloatLanes = float __attribute__((vector_size(32)));
+
+/// As many values of a floating type as fit a machine vector.
+template <class T>
+struct LanesOf;
+template <>
+struct LanesOf<float> {
+    using type = FloatLanes;
+    static constexpr unsigned int lanes = 8;
+};
+template <>
+struct LanesOf<double> {
+    using type = DoubleLanes;
+    static constexpr unsigned int lanes = 4;
+};
 
 /// Calls `f(t)` for the first thread `t` of every group of `laneCount`; no barrier follows. The block's size
 /// is a multiple of `laneCount`.
@@ -51,6 +66,7 @@ GPU_DEVICE bool all(MaskLanes holds) { return _mm256_movemask_pd(reinterpret_cas
 GPU_DEVICE WordLanes bitsOf(DoubleLanes x) { return reinterpret_cast<WordLanes>(x); }
 GPU_DEVICE DoubleLanes withBits(WordLanes bits) { return reinterpret_cast<DoubleLanes>(bits); }
 
+GPU_DEVICE FloatLanes fma(FloatLanes a, FloatLanes b, FloatLanes c) { return _mm256_fmadd_ps(a, b, c); }
 GPU_DEVICE DoubleLanes fma(DoubleLanes a, DoubleLanes b, DoubleLanes c) { return _mm256_fmadd_pd(a, b, c); }
 GPU_DEVICE DoubleLanes fma(DoubleLanes a, DoubleLanes b, double c) { return fma(a, b, doubleLanes(c)); }
 GPU_DEVICE DoubleLanes fma(DoubleLanes a, double b, DoubleLanes c) { return fma(a, doubleLanes(b), c); }

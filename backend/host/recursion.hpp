@@ -7,7 +7,7 @@
 #include "device.hpp"
 #include "frame/complex.hpp"
 #include "lane_rows.hpp"
-#include "lane_types.hpp"
+#include "lanes.hpp"
 #include "parallel.hpp"
 
 /// Recursions along signals, each serial in itself: on this device a lane of a vector has one.

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "device.hpp"
-#include "lane_types.hpp"
+#include "lanes.hpp"
 
 namespace gpuruntime::backend::detail {
 

@@ -1,5 +1,6 @@
 #include <gpuruntime/iir_filter.hpp>
 
+#include "backend/multiply_add.hpp"
 #include "frame/complex.hpp"
 #include "frame/fixed_block.hpp"
 #include "frame/instantiation.hpp"
@@ -11,18 +12,6 @@ namespace iirfilter {
 namespace {
 
 // Products of real and of complex values, which are numbers or vectors of numbers.
-
-/// z + a * b: the product of real values is added in one rounding; of complex ones the part's two products
-/// are, that with the real part of `a` first.
-template <class V>
-GPU_DEVICE V addProduct(V z, V a, V b) {
-    if constexpr (internal::isComplex<V>) {
-        return {backend::fma(-a.y, b.y, backend::fma(a.x, b.x, z.x)),
-                backend::fma(a.y, b.x, backend::fma(a.x, b.y, z.y))};
-    } else {
-        return backend::fma(a, b, z);
-    }
-}
 
 /// z - a * b, each operation rounded.
 template <class V>
@@ -94,11 +83,11 @@ struct DirectForm {
         }
 
         GPU_DEVICE V operator()(V x, V (&z)[K]) const {
-            V const y = addProduct(z[0], x, b[0]);
+            V const y = backend::multiplyAdd(x, b[0], z[0]);
             GPU_UNROLL for (unsigned int i = 0; i + 1 < K; ++i) {
-                z[i] = subtractProduct(addProduct(addZero(z[i + 1]), x, b[i + 1]), y, a[i + 1]);
+                z[i] = subtractProduct(backend::multiplyAdd(x, b[i + 1], addZero(z[i + 1])), y, a[i + 1]);
             }
-            z[K - 1] = subtractProduct(addProduct(V{}, x, b[K]), y, a[K]);
+            z[K - 1] = subtractProduct(backend::multiplyAdd(x, b[K], V{}), y, a[K]);
             return y;
         }
     };

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "tests/filter/iir_filter_call.hpp"
+#include "tests/filtering/iir_filter_call.hpp"
 #include "tests/support/device_array.hpp"
 
 namespace gpuruntime {

@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-#include "tests/filter/iir_filter_call.hpp"
+#include "tests/filtering/iir_filter_call.hpp"
 #include "tests/support/device_array.hpp"
 #include "tests/support/device_limits.hpp"
 #include "tests/support/test_types.hpp"

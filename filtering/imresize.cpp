@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "filter/cubic_taps.hpp"
+#include "filtering/cubic_taps.hpp"
 #include "frame/elementwise.hpp"
 #include "frame/instantiation.hpp"
 #include "patch_sums.hpp"
