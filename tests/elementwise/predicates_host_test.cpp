@@ -215,7 +215,7 @@ TEST(CheckValidFindMax, ThrowsWithoutTemporaryMemoryAndReleasesWhatItHad) {
         CheckValidFindMax::Invoker<double> const validMax;
         hostdevice::failNextCall("cudaMalloc", cudaErrorMemoryAllocation);
         EXPECT_THROW(validMax(in.data(), n), thrust::system::detail::bad_alloc);
-        EXPECT_EQ(cudaSuccess, cudaGetLastError());
+        EXPECT_EQ(cudaErrorMemoryAllocation, cudaGetLastError());
 
         hostdevice::Recording const recording;
         EXPECT_TRUE(validMax(in.data(), n).first);
