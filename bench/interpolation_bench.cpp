@@ -4,8 +4,6 @@
 #include <gpuruntime/grids.hpp>
 #include <gpuruntime/interpolation.hpp>
 
-#include <algorithm>
-#include <cmath>
 #include <random>
 #include <vector>
 
@@ -30,14 +28,17 @@ std::vector<T> gridOf(unsigned long n, bool even) {
     return grid;
 }
 
-/// Queries between the ends, random or in ascending order.
+/// Queries between the ends, random; in ascending order there is one in each of `n` equal parts.
 template <class T>
 std::vector<T> queriesIn(double low, double high, unsigned long n, bool sorted, unsigned long seed = 1) {
     std::vector<T> queries(n);
-    std::mt19937_64 engine(seed);
-    std::uniform_real_distribution<double> uniform(low, high);
-    for (T& q : queries) q = static_cast<T>(uniform(engine));
-    if (sorted) std::sort(queries.begin(), queries.end());
+    std::minstd_rand engine(static_cast<unsigned int>(seed));
+    std::uniform_real_distribution<double> uniform(0, 1);
+    for (unsigned long i = 0; i < n; ++i) {
+        double const at = uniform(engine);
+        double const share = sorted ? (static_cast<double>(i) + at) / static_cast<double>(n) : at;
+        queries[i] = static_cast<T>(low + (high - low) * share);
+    }
     return queries;
 }
 

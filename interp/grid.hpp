@@ -17,17 +17,17 @@ struct FullGrid {
     unsigned int n;
 
     /// How far the query is from point `lower` to the next: from 0 to 1, if it is between them.
-    GPU_DEVICE Position positionOf(G q, unsigned int lower) const {
+    GPU_DEVICE Position positionOf(G q, unsigned long lower) const {
         G const low = points[lower];
         return (q - low) * (1 / (points[lower + 1] - low));
     }
 
     /// The same, if all points are as far apart as the first two.
-    GPU_DEVICE G evenPositionOf(G q, unsigned int lower) const {
+    GPU_DEVICE G evenPositionOf(G q, unsigned long lower) const {
         return (q - points[lower]) / (points[1] - points[0]);
     }
 
-    GPU_DEVICE bool isNearerToUpper(G q, unsigned int lower) const {
+    GPU_DEVICE bool isNearerToUpper(G q, unsigned long lower) const {
         return points[lower + 1] - q <= q - points[lower];
     }
 };
@@ -39,15 +39,17 @@ struct ColonGrid {
 
     unsigned int n;
 
-    GPU_DEVICE static double pointAt(unsigned int i) { return backend::fromUint32(i) + 1; }
+    GPU_DEVICE static double pointAt(unsigned long i) {
+        return backend::fromUint32(static_cast<unsigned int>(i)) + 1;
+    }
 
-    GPU_DEVICE Position positionOf(G q, unsigned int lower) const {
+    GPU_DEVICE Position positionOf(G q, unsigned long lower) const {
         return static_cast<double>(q) - pointAt(lower);
     }
 
-    GPU_DEVICE G evenPositionOf(G q, unsigned int lower) const { return q - static_cast<G>(pointAt(lower)); }
+    GPU_DEVICE G evenPositionOf(G q, unsigned long lower) const { return q - static_cast<G>(pointAt(lower)); }
 
-    GPU_DEVICE bool isNearerToUpper(G q, unsigned int lower) const {
+    GPU_DEVICE bool isNearerToUpper(G q, unsigned long lower) const {
         G const low = static_cast<G>(pointAt(lower)), high = static_cast<G>(pointAt(lower) + 1);
         return high - q <= q - low;
     }

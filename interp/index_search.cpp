@@ -5,6 +5,7 @@
 #include "frame/instantiation.hpp"
 #include "interp/location.hpp"
 #include "interp/tile.hpp"
+#include "interp/together.hpp"
 
 namespace gpuruntime {
 namespace interp {
@@ -19,21 +20,33 @@ template <class T>
 struct FindQueryInSingleDim {
     static GPU_DEVICE void apply(cuda::Fixed1DBlockIterator const& at, long* bins, T const* gridPoints,
                                  T const* query, unsigned int gridSize, unsigned int numQueries) {
-        GPU_SHARED T queryInShm[passSize];
-        GPU_SHARED long binIdxInShm[passSize];
-        GridSearch<T> const search({gridPoints, gridSize});
-        for (unsigned int pass = 0; pass < passesPerBlock; ++pass) {
-            unsigned int const first = (at.blockIndex * passesPerBlock + pass) * passSize;
-            unsigned int const size = tileSize(first, numQueries, passSize);
-            forEachSlot(at.threads, size, [&](unsigned int slot) { queryInShm[slot] = query[first + slot]; });
-            forEachRunOfSlots(at.threads, size, runLength, [&](unsigned int begin, unsigned int end) {
-                long hint = 0;
-                for (unsigned int slot = begin; slot < end; ++slot) {
-                    hint = search.locateInGrid(queryInShm[slot], hint);
-                    binIdxInShm[slot] = hint;
-                }
+        FullGrid<T> const grid{gridPoints, gridSize};
+        if constexpr (goTogether) {
+            constexpr unsigned int ofBlock = passesPerBlock * passSize;
+            unsigned int const first = at.blockIndex * ofBlock;
+            BatchSearch<T> search(grid);
+            forEachBatch(tileSize(first, numQueries, ofBlock), [&](unsigned int begin, unsigned int size) {
+                search.locate(size, query + first + begin, bins + first + begin);
             });
-            forEachSlot(at.threads, size, [&](unsigned int slot) { bins[first + slot] = binIdxInShm[slot]; });
+        } else {
+            GPU_SHARED T queryInShm[passSize];
+            GPU_SHARED long binIdxInShm[passSize];
+            GridSearch<T> const search(grid);
+            for (unsigned int pass = 0; pass < passesPerBlock; ++pass) {
+                unsigned int const first = (at.blockIndex * passesPerBlock + pass) * passSize;
+                unsigned int const size = tileSize(first, numQueries, passSize);
+                forEachSlot(at.threads, size,
+                            [&](unsigned int slot) { queryInShm[slot] = query[first + slot]; });
+                forEachRunOfSlots(at.threads, size, runLength, [&](unsigned int begin, unsigned int end) {
+                    long hint = 0;
+                    for (unsigned int slot = begin; slot < end; ++slot) {
+                        hint = search.locateInGrid(queryInShm[slot], hint);
+                        binIdxInShm[slot] = hint;
+                    }
+                });
+                forEachSlot(at.threads, size,
+                            [&](unsigned int slot) { bins[first + slot] = binIdxInShm[slot]; });
+            }
         }
     }
 

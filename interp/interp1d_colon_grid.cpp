@@ -6,6 +6,8 @@
 #include "interp/location.hpp"
 #include "interp/method.hpp"
 #include "interp/stage.hpp"
+#include "interp/together.hpp"
+#include "run.hpp"
 
 namespace gpuruntime {
 namespace interp {
@@ -13,12 +15,22 @@ namespace {
 
 template <class V, class G, unsigned int M>
 struct Interp1DKernel_ColonGrid {
-    static GPU_DEVICE void apply(elementwisedetail::Position at, V* out, V const* values, G const* query,
+    static GPU_DEVICE void apply(backend::Run run, V* out, V const* values, G const* query,
                                  unsigned int gridSize, InterpType method, InterpType extrap, V extrapValue) {
         ColonGrid<G> const grid{gridSize};
-        G const q = query[at.i];
-        out[at.i] = resultAt<M>(grid, values, q, locateInColonGrid(gridSize, q), method, extrap,
-                                Constants<V>{extrapValue});
+        Constants<V> const constants{extrapValue};
+        if constexpr (goTogether && M == anyMethod) {
+            BatchSearch<G> search(grid);
+            G const* const queries = query + run.first;
+            interpolateEach<1>(&grid, &search, run.size, &queries, values, method, extrap, constants,
+                               out + run.first);
+        } else {
+            backend::forEachOf(run.size, [&](unsigned int k) {
+                G const q = query[run.first + k];
+                out[run.first + k] =
+                    resultAt<M>(grid, values, q, locateInColonGrid(gridSize, q), method, extrap, constants);
+            });
+        }
     }
 };
 

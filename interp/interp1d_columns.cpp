@@ -6,6 +6,8 @@
 #include "interp/cubic.hpp"
 #include "interp/method.hpp"
 #include "interp/stage.hpp"
+#include "interp/tile.hpp"
+#include "interp/together.hpp"
 
 namespace gpuruntime {
 namespace interp {
@@ -22,13 +24,13 @@ struct OptionalGrid {
     FullGrid<G> grid;
     unsigned int n;
 
-    GPU_DEVICE Position positionOf(G q, unsigned int lower) const {
+    GPU_DEVICE Position positionOf(G q, unsigned long lower) const {
         return backend::isReadable(grid.points) ? grid.positionOf(q, lower) : 0;
     }
-    GPU_DEVICE G evenPositionOf(G q, unsigned int lower) const {
+    GPU_DEVICE G evenPositionOf(G q, unsigned long lower) const {
         return backend::isReadable(grid.points) ? grid.evenPositionOf(q, lower) : 0;
     }
-    GPU_DEVICE bool isNearerToUpper(G q, unsigned int lower) const {
+    GPU_DEVICE bool isNearerToUpper(G q, unsigned long lower) const {
         return backend::isReadable(grid.points) && grid.isNearerToUpper(q, lower);
     }
 };
@@ -43,6 +45,21 @@ struct Interp1DKernel_NdValue {
         Constants<V> const constants{extrapValue};
         unsigned int const firstQuery = at.blockX * blockX, firstColumn = at.blockY * blockY * steps;
         if (firstQuery >= numQueries || firstColumn >= numColumns) return;
+        if constexpr (goTogether && M == anyMethod) {
+            if (gridPoints != nullptr) {
+                static_assert(blockX <= batchSize);
+                unsigned int const size = tileSize(firstQuery, numQueries, blockX);
+                unsigned int const end = firstColumn + tileSize(firstColumn, numColumns, blockY * steps);
+                Places<G> places;
+                placeEach(FullGrid<G>{gridPoints, gridSize}, size, query + firstQuery, bins + firstQuery,
+                          method, extrap, places);
+                for (unsigned int column = firstColumn; column < end; ++column) {
+                    stageEach(places, size, values + column * gridSize, constants,
+                              out + column * numQueries + firstQuery);
+                }
+                return;
+            }
+        }
         for (unsigned int step = 0; step < steps; ++step) {
             unsigned int const c = firstColumn + step * blockY;
             if (c >= numColumns) return;

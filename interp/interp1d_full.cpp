@@ -7,6 +7,7 @@
 #include "interp/method.hpp"
 #include "interp/stage.hpp"
 #include "interp/tile.hpp"
+#include "interp/together.hpp"
 
 namespace gpuruntime {
 namespace interp {
@@ -78,29 +79,36 @@ struct Interp1DKernel {
         constexpr unsigned int tile = runs<V, G>.tile();
         // Results take the places of their queries where these are as large.
         constexpr bool isShared = std::is_same_v<V, G>;
-        GPU_SHARED G queryInShm[tile];
-        GPU_SHARED V outValInShm[isShared ? 1 : tile];
-        V* const results = resultsIn(queryInShm, outValInShm);
-
         unsigned int const first = at.blockIndex * tile, size = tileSize(first, numQueries, tile);
-        forEachSlot(at.threads, size, [&](unsigned int slot) { queryInShm[slot] = query[first + slot]; });
         FullGrid<G> const grid{gridPoints, gridSize};
-        GridSearch<G> const search(grid);
         Constants<V> const constants{extrapValue};
-        forEachRunOfSlots(at.threads, size, runs<V, G>.length, [&](unsigned int begin, unsigned int end) {
-            Run<V, G, M> run;
-            long hint = 0;
-            for (unsigned int slot = begin; slot < end; ++slot) {
-                G const q = queryInShm[slot];
-                if (backend::isNaN(q)) {
-                    results[slot] = constants.nan();
-                    continue;
+        if constexpr (goTogether && M == anyMethod) {
+            BatchSearch<G> search(grid);
+            G const* const queries = query + first;
+            interpolateEach<1>(&grid, &search, size, &queries, values, method, extrap, constants,
+                               out + first);
+        } else {
+            GPU_SHARED G queryInShm[tile];
+            GPU_SHARED V outValInShm[isShared ? 1 : tile];
+            V* const results = resultsIn(queryInShm, outValInShm);
+
+            forEachSlot(at.threads, size, [&](unsigned int slot) { queryInShm[slot] = query[first + slot]; });
+            GridSearch<G> const search(grid);
+            forEachRunOfSlots(at.threads, size, runs<V, G>.length, [&](unsigned int begin, unsigned int end) {
+                Run<V, G, M> run;
+                long hint = 0;
+                for (unsigned int slot = begin; slot < end; ++slot) {
+                    G const q = queryInShm[slot];
+                    if (backend::isNaN(q)) {
+                        results[slot] = constants.nan();
+                        continue;
+                    }
+                    hint = search.locateInGrid(q, hint);
+                    results[slot] = run.resultAt(grid, values, q, hint, method, extrap, constants);
                 }
-                hint = search.locateInGrid(q, hint);
-                results[slot] = run.resultAt(grid, values, q, hint, method, extrap, constants);
-            }
-        });
-        forEachSlot(at.threads, size, [&](unsigned int slot) { out[first + slot] = results[slot]; });
+            });
+            forEachSlot(at.threads, size, [&](unsigned int slot) { out[first + slot] = results[slot]; });
+        }
     }
 
     static unsigned long work(V const*, G const*, V const*, G const*, unsigned long, unsigned long numQueries,

@@ -7,6 +7,9 @@
 #include "interp/location.hpp"
 #include "interp/sections.hpp"
 #include "interp/stage.hpp"
+#include "interp/together.hpp"
+#include "rows.hpp"
+#include "run.hpp"
 
 /// Interpolation in two dimensions, on grids of either kind.
 namespace gpuruntime::interp {
@@ -51,25 +54,56 @@ namespace {
 
 template <class V, class G, unsigned int M, bool F>
 struct Interp2DKernel_CompactQuery {
-    static GPU_DEVICE void apply(elementwise2ddetail::Position at, V* out, GridOf<G, F> gridX,
+    static GPU_DEVICE void apply(elementwise2ddetail::BlockOfRows const& block, V* out, GridOf<G, F> gridX,
                                  GridOf<G, F> gridY, V const* values, G const* queryX, G const* queryY,
                                  long const* bins, unsigned int binsOfY, InterpType method, InterpType extrap,
                                  V extrapValue) {
-        out[at.y * at.nx + at.x] =
-            resultAt2d<M>(gridX, gridY, values, queryX[at.x], queryY[at.y], bins[at.x], bins[binsOfY + at.y],
-                          method, extrap, Constants<V>{extrapValue});
+        Constants<V> const constants{extrapValue};
+        block.forEachRow([&](backend::Row row, unsigned int y) {
+            G const qy = queryY[y];
+            long const by = bins[binsOfY + y];
+            V* const to = out + y * block.nx;
+            if constexpr (goTogether && M == anyMethod) {
+                unsigned int const sizes[] = {gridX.n, gridY.n};
+                auto const placeY = placeOf(gridY, qy, by, method, extrap);
+                forEachBatch(row.size(), [&](unsigned int begin, unsigned int size) {
+                    unsigned int const x = row.begin() + begin;
+                    Places<typename GridOf<G, F>::Position> along;
+                    placeEach(gridX, size, queryX + x, bins + x, method, extrap, along);
+                    lineOver<2>(along, &placeY, size, sizes, values, constants, to + x);
+                });
+            } else {
+                row.forEach([&](unsigned long x) {
+                    to[x] = resultAt2d<M>(gridX, gridY, values, queryX[x], qy, bins[x], by, method, extrap,
+                                          constants);
+                });
+            }
+        });
     }
 };
 
 template <class V, class G, unsigned int M, class Grid>
 struct NonCompactQuery2D {
-    static GPU_DEVICE void apply(elementwisedetail::Position at, V* out, Grid gridX, Grid gridY,
-                                 V const* values, G const* queryX, G const* queryY, InterpType method,
-                                 InterpType extrap, V extrapValue) {
-        G const qx = queryX[at.i], qy = queryY[at.i];
-        long const bx = searchOf(gridX).locateInGrid(qx, 0), by = searchOf(gridY).locateInGrid(qy, 0);
-        out[at.i] =
-            resultAt2d<M>(gridX, gridY, values, qx, qy, bx, by, method, extrap, Constants<V>{extrapValue});
+    static GPU_DEVICE void apply(backend::Run run, V* out, Grid gridX, Grid gridY, V const* values,
+                                 G const* queryX, G const* queryY, InterpType method, InterpType extrap,
+                                 V extrapValue) {
+        Constants<V> const constants{extrapValue};
+        G const *const fromX = queryX + run.first, *const fromY = queryY + run.first;
+        V* const to = out + run.first;
+        if constexpr (goTogether && M == anyMethod) {
+            Grid const grids[] = {gridX, gridY};
+            BatchSearch<G> searches[] = {BatchSearch<G>(gridX), BatchSearch<G>(gridY)};
+            G const* const queries[] = {fromX, fromY};
+            interpolateEach<2>(grids, searches, run.size, queries, values, method, extrap, constants, to);
+        } else {
+            auto const searchX = searchOf(gridX);
+            auto const searchY = searchOf(gridY);
+            backend::forEachOf(run.size, [&](unsigned int k) {
+                G const qx = fromX[k], qy = fromY[k];
+                to[k] = resultAt2d<M>(gridX, gridY, values, qx, qy, searchX.locateInGrid(qx, 0),
+                                      searchY.locateInGrid(qy, 0), method, extrap, constants);
+            });
+        }
     }
 };
 

@@ -79,16 +79,16 @@ GPU_DEVICE Place<typename Grid::Position> placeOf(Grid const& grid, G q, long bi
 /// `float` on the way goes by the type of the position.
 template <class V, class T>
 GPU_DEVICE V blendLinear(V low, V high, T t) {
-    if (t == 0) return low;
-    if (t == 1) return high;
     return eachPart(low, high, [=](auto l, auto h) GPU_INLINE {
         using P = decltype(l);
-        P const ofLow = static_cast<P>(static_cast<double>(l) * (1 - static_cast<double>(t)));
+        P blended = static_cast<P>(static_cast<double>(l) * (1 - static_cast<double>(t)));
         if constexpr (sizeof(P) < sizeof(T)) {
-            return ofLow + static_cast<P>(static_cast<double>(h) * t);
+            blended = blended + static_cast<P>(static_cast<double>(h) * t);
         } else {
-            return backend::fma(h, static_cast<P>(t), ofLow);
+            blended = backend::fma(h, static_cast<P>(t), blended);
         }
+        P const orHigh = t == 1 ? h : blended;
+        return t == 0 ? l : orHigh;
     });
 }
 
