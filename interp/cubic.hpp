@@ -5,6 +5,7 @@
 #include "device.hpp"
 #include "interp/method.hpp"
 #include "interp/stage.hpp"
+#include "load.hpp"
 #include "math.hpp"
 
 /// Cubic convolution on an even grid with the parameter -1/2. R. G. Keys, "Cubic convolution interpolation
@@ -80,7 +81,8 @@ GPU_DEVICE bool isInside(long bin, unsigned int n) { return bin >= 0 && bin <= n
 
 template <class V>
 GPU_DEVICE CubicNeighbours<V> neighboursIn(V const* values, unsigned int bin, unsigned int n) {
-    return neighboursOf<V>(bin, n, [=](unsigned int i) GPU_INLINE { return values[i]; });
+    return neighboursOf<V>(bin, n,
+                           [=](unsigned int i) GPU_INLINE { return backend::loadReadOnly(values + i); });
 }
 
 /// The result at a query along a line of values, by the kind of method.

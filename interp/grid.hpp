@@ -4,6 +4,7 @@
 
 #include "conversion.hpp"
 #include "device.hpp"
+#include "load.hpp"
 
 /// The two kinds of grids: where a query is between two points.
 namespace gpuruntime::interp {
@@ -16,19 +17,21 @@ struct FullGrid {
     G const* points;
     unsigned int n;
 
+    GPU_DEVICE G operator[](unsigned long i) const { return backend::loadReadOnly(points + i); }
+
     /// How far the query is from point `lower` to the next: from 0 to 1, if it is between them.
     GPU_DEVICE Position positionOf(G q, unsigned long lower) const {
-        G const low = points[lower];
-        return (q - low) * (1 / (points[lower + 1] - low));
+        G const low = (*this)[lower];
+        return (q - low) * (1 / ((*this)[lower + 1] - low));
     }
 
     /// The same, if all points are as far apart as the first two.
     GPU_DEVICE G evenPositionOf(G q, unsigned long lower) const {
-        return (q - points[lower]) / (points[1] - points[0]);
+        return (q - (*this)[lower]) / ((*this)[1] - (*this)[0]);
     }
 
     GPU_DEVICE bool isNearerToUpper(G q, unsigned long lower) const {
-        return points[lower + 1] - q <= q - points[lower];
+        return (*this)[lower + 1] - q <= q - (*this)[lower];
     }
 };
 

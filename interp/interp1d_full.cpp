@@ -8,6 +8,7 @@
 #include "interp/stage.hpp"
 #include "interp/tile.hpp"
 #include "interp/together.hpp"
+#include "load.hpp"
 
 namespace gpuruntime {
 namespace interp {
@@ -36,8 +37,8 @@ class Run<V, G, anyMethod> {
         auto const place = placeOf(grid, q, bin, method, extrap);
         if (place.kind != Place<G>::between) return constantOf(place, constants);
         if (bin != lastBin) {
-            low = values[place.lower];
-            high = values[place.lower + 1];
+            low = backend::loadReadOnly(values + place.lower);
+            high = backend::loadReadOnly(values + place.lower + 1);
             lastBin = bin;
         }
         return blendLinear(low, high, place.position);

@@ -15,33 +15,30 @@ template <class G>
 class GridSearch {
   public:
     GPU_DEVICE explicit GridSearch(FullGrid<G> const& grid) : GridSearch(grid, reciprocalOf(grid)) {}
-    GPU_DEVICE GridSearch(FullGrid<G> const& grid, G reciprocal)
-        : points(grid.points), n(grid.n), reciprocal(reciprocal) {}
+    GPU_DEVICE GridSearch(FullGrid<G> const& grid, G reciprocal) : grid(grid), reciprocal(reciprocal) {}
 
     /// One over the distance of the first two points.
-    GPU_DEVICE static G reciprocalOf(FullGrid<G> const& grid) {
-        return 1 / (grid.points[1] - grid.points[0]);
-    }
+    GPU_DEVICE static G reciprocalOf(FullGrid<G> const& grid) { return 1 / (grid[1] - grid[0]); }
 
     /// The bin of `q`, which is looked for in bin `hint` first, then where it would be if all points were as
     /// far apart as the first two, then by halves.
     GPU_DEVICE long locateInGrid(G q, long hint) const {
         if (backend::isNaN(q)) return BIN_NAN_QUERY;
         if (hint >= 0 && isIn(static_cast<unsigned int>(hint), q)) return hint;
-        unsigned int const last = n - 2;
-        if (points[0] > q) return BIN_BELOW_GRID;
-        if (points[n - 1] < q) return BIN_ABOVE_GRID;
-        G const steps = (q - points[0]) * reciprocal;
+        unsigned int const last = grid.n - 2;
+        if (grid[0] > q) return BIN_BELOW_GRID;
+        if (grid[grid.n - 1] < q) return BIN_ABOVE_GRID;
+        G const steps = (q - grid[0]) * reciprocal;
         auto const guess = static_cast<unsigned int>(backend::isNaN(steps) ? 0 : backend::toInt32(steps));
         if (isIn(guess, q)) return guess;
-        if (points[1] > q) return 0;
-        if (!(points[last] > q)) return last;
+        if (grid[1] > q) return 0;
+        if (!(grid[last] > q)) return last;
         unsigned int lower = 1, upper = last;
         auto middle = hint >= 1 && hint <= last ? static_cast<unsigned int>(hint) : last >> 1;
         for (;;) {
-            if (!(points[middle] <= q)) {
+            if (!(grid[middle] <= q)) {
                 upper = middle;
-            } else if (!(points[middle + 1] <= q)) {
+            } else if (!(grid[middle + 1] <= q)) {
                 return middle;
             } else {
                 lower = middle + 1;
@@ -54,11 +51,10 @@ class GridSearch {
     /// Whether the interval, if there is one of that number, has the query. A point that is NaN counts as
     /// above it.
     GPU_DEVICE bool isIn(unsigned int bin, G q) const {
-        return bin <= n - 2 && points[bin] <= q && !(points[bin + 1] <= q);
+        return bin <= grid.n - 2 && grid[bin] <= q && !(grid[bin + 1] <= q);
     }
 
-    G const* points;
-    unsigned int n;
+    FullGrid<G> grid;
     G reciprocal;
 };
 

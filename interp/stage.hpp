@@ -5,6 +5,7 @@
 #include "device.hpp"
 #include "frame/complex.hpp"
 #include "interp/grid.hpp"
+#include "load.hpp"
 #include "math.hpp"
 
 /// Interpolation along one dimension. Where a query lies is found once, and any two neighbouring values are
@@ -109,7 +110,8 @@ GPU_DEVICE V constantOf(Place<T> const& place, Constants<V> const& constants) {
 template <class V, class T>
 GPU_DEVICE V interpStage1d(Place<T> const& place, V const* values, Constants<V> const& constants) {
     if (place.kind != Place<T>::between) return constantOf(place, constants);
-    return blendLinear(values[place.lower], values[place.lower + 1], place.position);
+    return blendLinear(backend::loadReadOnly(values + place.lower),
+                       backend::loadReadOnly(values + place.lower + 1), place.position);
 }
 
 /// The result at a place between blocks of values, `stride` apart, of which `lowerDims(block)` gives the
