@@ -93,6 +93,17 @@ TYPED_TEST(GridsOf, AreSearchedInAnyOrderOfQueries) {
     }
 }
 
+/// Many queries are where they would be if all distances were the same, and some are not.
+TYPED_TEST(GridsOf, AreSearchedWhereMostDistancesAreTheSame) {
+    using T = TypeParam;
+    auto grid = testing::colonGrid<T>(500);
+    for (unsigned long i = 20; i + 20 < grid.size(); i += 37) grid[i] += T(0.5);
+    for (bool const sorted : {false, true}) {
+        expectFound(grid, testing::randomQueries(grid, 3000, sorted));
+        expectFound({grid.begin(), grid.begin() + 30}, testing::randomQueries(grid, 3000, sorted));
+    }
+}
+
 TYPED_TEST(GridsOf, AreSearchedForAsManyQueriesAsFillBlocks) {
     using T = TypeParam;
     auto const grid = testing::unevenGrid<T>(40);

@@ -1,3 +1,4 @@
+#include <gpuruntime/grids.hpp>
 #include <gpuruntime/interpolation.hpp>
 
 #include <gtest/gtest.h>
@@ -196,6 +197,32 @@ TYPED_TEST(Interp1dOf, OfAsManyColumnsAsFillSteps) {
             auto const queries = testing::randomQueries(axis.points, numQueries, false);
             for (auto const& rule : testing::fewRules<V>())
                 expectColumnsInterpolated(axis, numColumns, queries, rule);
+        }
+    }
+}
+
+TYPED_TEST(Interp1dOf, OfColumnsTakesTheBinsOfTheSearch) {
+    using G = typename TypeParam::G;
+    using V = typename TypeParam::V;
+    unsigned long const n = 30, numColumns = 3, numQueries = 150;
+    auto const axis = testing::fullAxis(testing::unevenGrid<G>(n));
+    auto const values = testing::randomValues<V>(n * numColumns);
+    for (bool const sorted : {false, true}) {
+        auto const queries = testing::randomQueries(axis.points, numQueries, sorted);
+        for (auto const& rule : testing::fewRules<V>()) {
+            std::vector<V> expected;
+            for (unsigned long c = 0; c < numColumns; ++c) {
+                for (G const q : queries)
+                    expected.push_back(plainResult(axis, values.data() + c * n, q, rule));
+            }
+            DeviceArray<G> points(axis.points), in(queries);
+            DeviceArray<V> columns(values), out(expected.size());
+            DeviceArray<long> bins(numQueries);
+            IndexSearch::Invoker<G>()(nullptr, bins.data(), 0, points.data(), in.data(), n, numQueries);
+            Interp1dNdValFull::Invoker<G, V>()(nullptr, out.data(), points.data(), columns.data(), in.data(),
+                                               bins.data(), numQueries, n, values.size(), rule.method,
+                                               rule.extrap, rule.extrapValue);
+            expectSameValues(expected, out.values());
         }
     }
 }

@@ -1,7 +1,9 @@
+#include <gpuruntime/grids.hpp>
 #include <gpuruntime/interpolation.hpp>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <numeric>
 
@@ -151,6 +153,51 @@ unsigned long product(Extents const& sizes) {
     return std::accumulate(sizes.begin(), sizes.end(), 1ul, std::multiplies<>());
 }
 
+/// The product of the vectors: one coordinate array for each dimension.
+template <class G>
+std::vector<std::vector<G>> pointsOf(std::vector<std::vector<G>> const& vectors) {
+    std::vector<std::vector<G>> points(vectors.size());
+    unsigned long repeats = 1, numPoints = 1;
+    for (auto const& vector : vectors) numPoints *= vector.size();
+    for (unsigned long d = 0; d < vectors.size(); repeats *= vectors[d].size(), ++d) {
+        for (unsigned long i = 0; i < numPoints; ++i) {
+            points[d].push_back(vectors[d][i / repeats % vectors[d].size()]);
+        }
+    }
+    return points;
+}
+
+template <class V, class G>
+std::vector<V> plainResults(std::vector<Axis<G>> const& axes, std::vector<std::vector<G>> const& points,
+                            std::vector<V> const& values, Rule<V> const& rule) {
+    std::vector<V> results;
+    for (unsigned long i = 0; i < points[0].size(); ++i) {
+        std::vector<G> point;
+        for (auto const& coordinates : points) point.push_back(coordinates[i]);
+        results.push_back(plainResult(axes, point, values, rule));
+    }
+    return results;
+}
+
+/// The bins of each dimension in its section.
+template <class G>
+std::vector<long> plainBins(std::vector<Axis<G>> const& axes, std::vector<std::vector<G>> const& vectors) {
+    std::vector<long> bins;
+    for (unsigned long d = 0; d < axes.size(); ++d) {
+        unsigned long const end = bins.size() + roundUp16(vectors[d].size());
+        for (G const q : vectors[d]) bins.push_back(testing::plainBin(axes[d].points, q));
+        bins.resize(end, -12345);
+    }
+    return bins;
+}
+
+template <class G>
+Extents sizesOf(std::vector<std::vector<G>> const& vectors) {
+    Extents sizes;
+    for (auto const& vector : vectors) sizes.push_back(vector.size());
+    return sizes;
+}
+
 /// Both forms at the product of the vectors.
 template <class V, class G>
 void expectInterpolated(std::vector<Axis<G>> const& axes, std::vector<V> const& values,
@@ -158,30 +205,14 @@ void expectInterpolated(std::vector<Axis<G>> const& axes, std::vector<V> const& 
     SCOPED_TRACE(::testing::Message()
                  << axes.size() << " dimensions, method " << unsigned(rule.method) << ", extrapolation "
                  << unsigned(rule.extrap) << (axes[0].isColon ? ", colon grid" : ""));
-    Extents querySizes;
-    std::vector<long> bins;
-    for (unsigned long d = 0; d < axes.size(); ++d) {
-        querySizes.push_back(vectors[d].size());
-        unsigned long const end = bins.size() + roundUp16(vectors[d].size());
-        for (G const q : vectors[d]) bins.push_back(testing::plainBin(axes[d].points, q));
-        bins.resize(end, -12345);
-    }
-    std::vector<std::vector<G>> points(axes.size());
-    std::vector<V> expected;
-    for (unsigned long i = 0, n = product(querySizes); i < n; ++i) {
-        std::vector<G> point;
-        for (unsigned long d = 0, left = i; d < axes.size(); left /= querySizes[d], ++d) {
-            point.push_back(vectors[d][left % querySizes[d]]);
-            points[d].push_back(point[d]);
-        }
-        expected.push_back(plainResult(axes, point, values, rule));
-    }
-    DeviceArray<long> binArray(bins);
+    auto const points = pointsOf(vectors);
+    auto const expected = plainResults(axes, points, values, rule);
+    DeviceArray<long> bins(plainBins(axes, vectors));
     for (bool const byAny : {false, true}) {
         if (byAny && axes.size() > 3) continue;
         Call<V, G> compact(axes, values, vectors, rule), nonCompact(axes, values, points, rule);
         DeviceArray<V> out(expected.size()), outOfPoints(expected.size());
-        compact.compact(out.data(), binArray.data(), querySizes, byAny);
+        compact.compact(out.data(), bins.data(), sizesOf(vectors), byAny);
         expectSameValues(expected, out.values());
         nonCompact.nonCompact(outOfPoints.data(), expected.size(), byAny);
         expectSameValues(expected, outOfPoints.values());
@@ -298,6 +329,118 @@ TYPED_TEST(InterpNd, OfFoldedAndSteppedGridsOfBlocks) {
         this->expectAll({3, 4, 3}, {40, 10, 4}, rules);
         this->expectAll({3, 2, 3, 2}, {10, 10, 7, 4}, rules);
     }
+}
+
+/// Grids and queries of two to five dimensions, as many as fill batches and runs.
+struct Sizes {
+    Extents grid, query;
+};
+std::vector<Sizes> const sizesByDimensions{{{9, 7}, {70, 5}},
+                                           {{4, 3, 5}, {66, 3, 4}},
+                                           {{3, 2, 4, 3}, {5, 6, 4, 7}},
+                                           {{2, 3, 2, 3, 2}, {4, 3, 5, 4, 5}}};
+
+TYPED_TEST(InterpNd, OfWhatWasSearchedForOnTheDevice) {
+    using G = typename TypeParam::G;
+    using V = typename TypeParam::V;
+    for (auto const& [gridSizes, querySizes] : sizesByDimensions) {
+        auto const values = testing::randomValues<V>(product(gridSizes));
+        for (bool const isColon : {false, true}) {
+            auto const axes = axesOf<G>(gridSizes, isColon);
+            auto const vectors = vectorsFor(axes, querySizes);
+            auto const plain = plainBins(axes, vectors);
+            for (auto const& rule : testing::fewRules<V>()) {
+                Call<V, G> call(axes, values, vectors, rule);
+                DeviceArray<long> bins(std::vector<long>(plain.size(), -12345));
+                for (unsigned long d = 0, offset = 0; d < axes.size(); ++d) {
+                    if (isColon) {
+                        IndexSearch_ColonGrid::Invoker<G>()(
+                            nullptr, bins.data(), offset, call.queryPointers[d], gridSizes[d], querySizes[d]);
+                    } else {
+                        IndexSearch::Invoker<G>()(nullptr, bins.data(), offset, call.gridPointers[d],
+                                                  call.queryPointers[d], gridSizes[d], querySizes[d]);
+                    }
+                    offset += roundUp16(querySizes[d]);
+                }
+                expectSameBits(plain, bins.values());
+                DeviceArray<V> out(product(querySizes));
+                call.compact(out.data(), bins.data(), querySizes, false);
+                expectSameValues(plainResults(axes, pointsOf(vectors), values, rule), out.values());
+            }
+        }
+    }
+}
+
+/// The order counts nowhere, not even for cubics: no query takes over anything from the one before.
+TYPED_TEST(InterpNd, IsTheSameForSortedAndShuffledQueries) {
+    using G = typename TypeParam::G;
+    using V = typename TypeParam::V;
+    unsigned long const n = 700;
+    std::vector<unsigned long> order(n);
+    std::iota(order.begin(), order.end(), 0);
+    std::shuffle(order.begin(), order.end(), std::mt19937_64(3));
+    for (auto const& [gridSizes, querySizes] : sizesByDimensions) {
+        auto const values = testing::randomValues<V>(product(gridSizes));
+        for (bool const isColon : {false, true}) {
+            auto const axes = axesOf<G>(gridSizes, isColon);
+            std::vector<std::vector<G>> sorted, shuffled;
+            for (auto const& axis : axes) {
+                sorted.push_back(testing::randomQueries(axis.points, n, true, sorted.size() + 1));
+                shuffled.emplace_back();
+                for (unsigned long const i : order) shuffled.back().push_back(sorted.back()[i]);
+            }
+            for (auto const& rule : testing::fewRules<V>()) {
+                DeviceArray<V> out(n), outOfShuffled(n);
+                Call<V, G>(axes, values, sorted, rule).nonCompact(out.data(), n, false);
+                Call<V, G>(axes, values, shuffled, rule).nonCompact(outOfShuffled.data(), n, false);
+                auto const results = out.values();
+                std::vector<V> expected;
+                for (unsigned long const i : order) expected.push_back(results[i]);
+                expectSameBits(expected, outOfShuffled.values());
+            }
+        }
+    }
+}
+
+TYPED_TEST(InterpNd, OfReversedVectorsIsReversed) {
+    using G = typename TypeParam::G;
+    using V = typename TypeParam::V;
+    for (auto const& [gridSizes, querySizes] : sizesByDimensions) {
+        auto const values = testing::randomValues<V>(product(gridSizes));
+        for (bool const isColon : {false, true}) {
+            auto const axes = axesOf<G>(gridSizes, isColon);
+            auto const vectors = vectorsFor(axes, querySizes);
+            auto reversed = vectors;
+            for (auto& vector : reversed) std::reverse(vector.begin(), vector.end());
+            for (auto const& rule : testing::fewRules<V>()) {
+                DeviceArray<V> out(product(querySizes)), outOfReversed(product(querySizes));
+                DeviceArray<long> bins(plainBins(axes, vectors)), binsOfReversed(plainBins(axes, reversed));
+                Call<V, G>(axes, values, vectors, rule).compact(out.data(), bins.data(), querySizes, false);
+                Call<V, G>(axes, values, reversed, rule)
+                    .compact(outOfReversed.data(), binsOfReversed.data(), querySizes, false);
+                auto const results = out.values();
+                expectSameBits({results.rbegin(), results.rend()}, outOfReversed.values());
+            }
+        }
+    }
+}
+
+/// In one dimension the cubic on a full grid goes by the extrapolation once in a row of queries beyond the
+/// same end, on that of colons each time.
+TEST(InterpolationNd, CubicsInOneDimensionGoByTheOrderBeyondTheEnds) {
+    double const e = -7;
+    auto const expect = [&](bool isColon, std::vector<double> const& queries,
+                            std::vector<double> const& expected) {
+        auto axes = std::vector<Axis<double>>{testing::colonAxis<double>(4)};
+        axes[0].isColon = isColon;
+        Call<double, double> call(axes, {1, 2, 3, 4}, {queries}, {InterpType::Cubic, InterpType::Linear, e});
+        DeviceArray<double> out(queries.size());
+        call.nonCompact(out.data(), queries.size(), true);
+        expectSameBits(expected, out.values());
+    };
+    expect(false, {-1, 0, 5, 6}, {-1, e, 5, e});
+    expect(false, {0, 5, -1, 6}, {0, 5, -1, 6});
+    expect(true, {-1, 0, 5, 6}, {-1, 0, 5, 6});
 }
 
 /// On one dimension the compact form searches by itself.
