@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs a build tree of the host device to a fresh prefix, then builds and runs examples that check themselves
-# against it, with find_package and with pkg-config; each gets the table of the demo. So it does with the programs in
-# the documentation, which are all blocks of "cpp" there.
+# against it, with find_package and with pkg-config; each gets the table of the demo, or heights. So it does with the
+# programs in the documentation, which are all blocks of "cpp" there.
 #   check_package.sh <build folder> <example>...
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -11,10 +11,11 @@ trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
 examples=("${@:2}")
 cmake --install "$1" --prefix "$prefix" >/dev/null
+data_of() { if [[ $1 == relief ]]; then echo data/alps.asc; else echo data/penguins.csv; fi; }
 
 cmake -S examples -B "$work/examples" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/examples" --target "${examples[@]}" >/dev/null
-for example in "${examples[@]}"; do "$work/examples/$example" data/penguins.csv; done
+for example in "${examples[@]}"; do "$work/examples/$example" "$(data_of "$example")"; done
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name kvgpuruntime.pc)")
 export PKG_CONFIG_PATH
@@ -28,7 +29,7 @@ run() {
     "$work/program" "${@:2}"
 }
 
-for example in "${examples[@]}"; do run "examples/$example.cpp" data/penguins.csv; done
+for example in "${examples[@]}"; do run "examples/$example.cpp" "$(data_of "$example")"; done
 
 awk -v work="$work" '/^```/ {inside = 0} inside {print > unit} /^```cpp$/ {inside = 1; unit = work "/block" ++count ".cpp"}' \
     README.md docs/*.md

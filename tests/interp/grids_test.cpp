@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <numeric>
 
 #include "frame/type_lists.hpp"
@@ -102,6 +104,16 @@ TYPED_TEST(GridsOf, AreSearchedWhereMostDistancesAreTheSame) {
         expectFound(grid, testing::randomQueries(grid, 3000, sorted));
         expectFound({grid.begin(), grid.begin() + 30}, testing::randomQueries(grid, 3000, sorted));
     }
+}
+
+TYPED_TEST(GridsOf, AreSearchedForVectorsOfSortedQueries) {
+    auto const grid = testing::unevenGrid<TypeParam>(900);
+    auto queries = testing::randomQueries(grid, 250, true);
+    queries.erase(std::remove_if(queries.begin(), queries.end(), [](auto q) { return std::isnan(q); }),
+                  queries.end());
+    queries.resize(192);
+    queries.insert(queries.end(), queries.begin(), queries.end());
+    expectFound(grid, queries);
 }
 
 TYPED_TEST(GridsOf, AreSearchedForAsManyQueriesAsFillBlocks) {
