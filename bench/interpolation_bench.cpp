@@ -88,19 +88,27 @@ void Columns(benchmark::State& state) {
     count(state, numRows * columns);
 }
 
-/// On colon grids of `n` points in each of two or three dimensions.
+/// In two or three dimensions, on uneven grids or on those of colons.
 template <class T, unsigned int numDims>
 void Points(benchmark::State& state) {
     unsigned long const n = numDims == 2 ? 1024 : 128, sizes[] = {n, n, n};
-    DeviceMemory<T> values(queriesIn<T>(0, 1, numDims == 2 ? n * n : n * n * n, false)), out(numQueries);
-    double const high = static_cast<double>(n);
-    DeviceMemory<T> x(queriesIn<T>(1, high, numQueries, false, 1)),
-        y(queriesIn<T>(1, high, numQueries, false, 2)), z(queriesIn<T>(1, high, numQueries, false, 3));
-    T const* queries[] = {x.data(), y.data(), z.data()};
+    bool const isColon = state.range(0) != 0;
+    DeviceMemory<T> values(queriesIn<T>(0, 1, numDims == 2 ? n * n : n * n * n, false)), out(numQueries),
+        grid(gridOf<T>(n, false));
+    double const low = isColon ? 1 : 0, high = isColon ? static_cast<double>(n) : 1;
+    DeviceMemory<T> x(queriesIn<T>(low, high, numQueries, false, 1)),
+        y(queriesIn<T>(low, high, numQueries, false, 2)), z(queriesIn<T>(low, high, numQueries, false, 3));
+    T const *queries[] = {x.data(), y.data(), z.data()}, *grids[] = {grid.data(), grid.data(), grid.data()};
     for (auto _ : state) {
-        Interpnd_NonCompactQuery_ColonGrid::Invoker<T, T>()(nullptr, out.data(), values.data(), queries,
-                                                            sizes, numDims, numQueries, T(0), linear, outside,
-                                                            numDims);
+        if (isColon) {
+            Interpnd_NonCompactQuery_ColonGrid::Invoker<T, T>()(nullptr, out.data(), values.data(), queries,
+                                                                sizes, numDims, numQueries, T(0), linear,
+                                                                outside, numDims);
+        } else {
+            Interpnd_NonCompactQuery::Invoker<T, T>()(nullptr, out.data(), grids, values.data(), queries,
+                                                      sizes, numDims, numQueries, T(0), linear, outside,
+                                                      numDims);
+        }
         bench::finish();
     }
     count(state, numQueries);
@@ -130,6 +138,29 @@ void Enlarged(benchmark::State& state) {
     count(state, m * m);
 }
 
+/// What searches are measured by: as many bytes as their queries and their bins.
+void Copy(benchmark::State& state) {
+    DeviceMemory<double> from(numQueries), to(numQueries);
+    for (auto _ : state) {
+        bench::check(
+            cudaMemcpy(to.data(), from.data(), numQueries * sizeof(double), cudaMemcpyDeviceToDevice));
+        bench::finish();
+    }
+    count(state, numQueries);
+}
+
+/// What a matrix made larger is measured by: as many bytes as it has, and a quarter of them copied.
+void Write(benchmark::State& state) {
+    unsigned long const n = 1ul << 20;
+    DeviceMemory<double> values(n), to(4 * n);
+    for (auto _ : state) {
+        bench::check(cudaMemcpy(to.data(), values.data(), n * sizeof(double), cudaMemcpyDeviceToDevice));
+        bench::check(cudaMemset(to.data() + n, 0, 3 * n * sizeof(double)));
+        bench::finish();
+    }
+    count(state, 4 * n);
+}
+
 void onGrids(benchmark::internal::Benchmark* benchmark) {
     for (long const n : {1000, 1000000}) {
         for (long const even : {0, 1}) {
@@ -143,9 +174,11 @@ BENCHMARK(Vector<double>)->Apply(onGrids);
 BENCHMARK(Vector<float>)->Args({1000, 0, 1})->UseRealTime();
 BENCHMARK(Search<double>)->Apply(onGrids);
 BENCHMARK(Columns<double>)->UseRealTime();
-BENCHMARK(Points<double, 2>)->UseRealTime();
-BENCHMARK(Points<float, 2>)->UseRealTime();
-BENCHMARK(Points<double, 3>)->UseRealTime();
+BENCHMARK(Points<double, 2>)->Arg(0)->Arg(1)->UseRealTime();
+BENCHMARK(Points<float, 2>)->Arg(1)->UseRealTime();
+BENCHMARK(Points<double, 3>)->Arg(0)->Arg(1)->UseRealTime();
+BENCHMARK(Copy)->UseRealTime();
+BENCHMARK(Write)->UseRealTime();
 BENCHMARK(Enlarged<double>)->Arg(0)->Arg(2)->UseRealTime();
 BENCHMARK(Enlarged<float>)->Arg(0)->Arg(2)->UseRealTime();
 
