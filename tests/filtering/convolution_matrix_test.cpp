@@ -280,6 +280,28 @@ TYPED_TEST(ConvolutionMatrices, OfEveryLengthAddTheTapsInOrder) {
     }
 }
 
+/// Inputs that end with a block's own elements in either direction, and one before and behind.
+TYPED_TEST(ConvolutionMatrices, ReadNothingBehindTheInput) {
+    using T = TypeParam;
+    auto const instances = matrixInstances<T>();
+    Arguments<T> arguments(600);
+    for (KernelType const type : kernelTypes) {
+        Threads const threads = threadsOf(type);
+        unsigned long const length = 2 * threads.along * resultsPerThread<T>(), width = threads.across;
+        for (unsigned long const along : {length - 1, length, length + 1}) {
+            for (unsigned long const across : {width - 1, width, width + 1}) {
+                bool const isColumn = type == KernelType::Column;
+                Extents const in = isColumn ? Extents{along, across} : Extents{across, along};
+                Extents const out{in.x + 2, in.y + 2};
+                auto const& instance = instances[arguments.below(instances.size())];
+                this->expectConvolved(instance, type, arguments.values(out.size()), out,
+                                      arguments.values(in.size()), in, arguments.values(instance.constant),
+                                      wholeOf(out));
+            }
+        }
+    }
+}
+
 TYPED_TEST(ConvolutionMatrices, TakeSpecialValues) {
     using T = TypeParam;
     unsigned long seed = 100;
@@ -333,40 +355,44 @@ TYPED_TEST(ConvolutionMatrices, BeginAndEndAnywhere) {
     }
 }
 
-/// Where the interior is said to go beyond the output, stores are not tested.
+/// Where the interior is said to go beyond the output, stores are not tested; but in a block that begins less
+/// than a halo behind the first element they are.
 TYPED_TEST(ConvolutionMatrices, AreStoredWithoutATestInTheInterior) {
     using T = TypeParam;
     auto const instance = matrixInstances<T>().front();
     unsigned long const halo = convolutioncommon::haloOf<T>(instance.constant);
     Arguments<T> arguments(300);
     for (KernelType const type : kernelTypes) {
-        Threads const threads = threadsOf(type);
-        unsigned long const length = threads.along * resultsPerThread<T>();
-        bool const isColumn = type == KernelType::Column;
-        OffsetsAndSzs s{};
-        s.firstPiece = true;
-        (isColumn ? s.startDim0 : s.startDim1) = halo;
-        s.outTrimDim0 = s.startDim0;
-        s.outTrimDim1 = s.startDim1;
-        // One line along the filter is of the interior, the others are not.
-        s.interiorEndDim0 = isColumn ? halo + length : 1;
-        s.interiorEndDim1 = isColumn ? 1 : halo + length;
-        s.extentDim0 = isColumn ? length : threads.across;
-        s.extentDim1 = isColumn ? threads.across : length;
-        Extents const in{s.startDim0 + s.extentDim0, s.startDim1 + s.extentDim1};
-        // The output is said to be one element short of the block.
-        Extents const out = isColumn ? Extents{length - 1, 1} : Extents{2, length - 1};
-        unsigned long const inSizes[] = {in.x, in.y}, outSizes[] = {out.x, out.y};
-        auto const input = arguments.values(in.size()), filter = arguments.values(instance.constant);
-        auto const before = arguments.values(2 * length);
-        DeviceArray<T> o(before), i(input), f(filter);
-        ASSERT_EQ(cudaSuccess,
-                  instance.call(nullptr, o.data(), i.data(), f.data(), inSizes, outSizes, s, 2ul, type));
-        auto const actual = o.values();
-        expectSameValues(convolved<T>(before, out, input, in, filter, instance.constant, s, type, false),
-                         actual);
-        EXPECT_FALSE(testing::sameBits(before[out.size()], actual[out.size()]));
-        EXPECT_TRUE(testing::sameBits(before[out.size() + 1], actual[out.size() + 1]));
+        for (unsigned long const start : {halo - 1, halo}) {
+            Threads const threads = threadsOf(type);
+            unsigned long const length = threads.along * resultsPerThread<T>();
+            bool const isColumn = type == KernelType::Column;
+            OffsetsAndSzs s{};
+            s.firstPiece = true;
+            (isColumn ? s.startDim0 : s.startDim1) = start;
+            s.outTrimDim0 = s.startDim0;
+            s.outTrimDim1 = s.startDim1;
+            // One line along the filter is of the interior, the others are not.
+            s.interiorEndDim0 = isColumn ? start + length : 1;
+            s.interiorEndDim1 = isColumn ? 1 : start + length;
+            s.extentDim0 = isColumn ? length : threads.across;
+            s.extentDim1 = isColumn ? threads.across : length;
+            Extents const in{s.startDim0 + s.extentDim0, s.startDim1 + s.extentDim1};
+            // The output is said to be one element short of the block.
+            Extents const out = isColumn ? Extents{length - 1, 1} : Extents{2, length - 1};
+            unsigned long const inSizes[] = {in.x, in.y}, outSizes[] = {out.x, out.y};
+            auto const input = arguments.values(in.size()), filter = arguments.values(instance.constant);
+            auto const before = arguments.values(2 * length);
+            DeviceArray<T> o(before), i(input), f(filter);
+            ASSERT_EQ(cudaSuccess,
+                      instance.call(nullptr, o.data(), i.data(), f.data(), inSizes, outSizes, s, 2ul, type));
+            auto const actual = o.values();
+            expectSameValues(convolved<T>(before, out, input, in, filter, instance.constant, s, type, false),
+                             actual);
+            bool const isUntouched = testing::sameBits(before[out.size()], actual[out.size()]);
+            EXPECT_EQ(start < halo, isUntouched);
+            EXPECT_TRUE(testing::sameBits(before[out.size() + 1], actual[out.size() + 1]));
+        }
     }
 }
 

@@ -201,6 +201,21 @@ TYPED_TEST(ConvolutionVectors, BeginAndEndAnywhere) {
     }
 }
 
+/// Inputs that end with a block's own elements, and one before and behind.
+TYPED_TEST(ConvolutionVectors, ReadNothingBehindTheInput) {
+    using T = TypeParam;
+    unsigned long const tile = threads * resultsPerThread<T>();
+    Arguments<T> arguments(400);
+    for (auto const& instance : vectorInstances<T>()) {
+        auto const filter = arguments.values(instance.constant);
+        for (unsigned long const inSize :
+             testing::sampled<unsigned long>({2 * tile - 1, 2 * tile, 2 * tile + 1})) {
+            this->expectConvolved(instance, arguments.values(2 * tile + 40), arguments.values(inSize), filter,
+                                  firstPiece());
+        }
+    }
+}
+
 TYPED_TEST(ConvolutionVectors, OnSmallGridsFold) {
     using T = TypeParam;
     unsigned long const tile = threads * resultsPerThread<T>();
