@@ -7,8 +7,8 @@
 
 namespace gpuruntime::backend {
 
-/// An array that is bound to a texture: unnormalised coordinates, nearest elements, clamped addresses. No two
-/// threads may use one at once.
+/// An array that is bound to a texture: unnormalised coordinates, nearest elements, clamped addresses. No
+/// two threads may use one at once.
 template <class T>
 class LinearTexture {
     static_assert(std::is_same_v<T, float> || std::is_same_v<T, double>);

@@ -8,10 +8,10 @@
 /// column's.
 namespace gpuruntime::backend {
 
-/// Planes of `rows.size` by `columns.size` elements, rows first, and how they are weighted: for each position
-/// of a result along a dimension `Taps` tells the place, and for each tap, a whole number in `float`, the
-/// weight and the position. Where sums are normalised, taps of weight 0 are left out, and a sum is divided by
-/// that of its weights; where not, there are four taps along each dimension.
+/// Planes of `rows.size` by `columns.size` elements, rows first, and how they are weighted: for each
+/// position of a result along a dimension `Taps` tells the place, and for each tap, a whole number in
+/// `float`, the weight and the position. Where sums are normalised, taps of weight 0 are left out, and a
+/// sum is divided by that of its weights; where not, there are four taps along each dimension.
 template <class Taps, class T, unsigned int numPlanes, bool areNormalised>
 struct TapSource {
     static constexpr unsigned int planes = numPlanes;

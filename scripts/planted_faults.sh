@@ -108,6 +108,11 @@ fault next-of-run $run elementwise/compare 's/out\[run\.first\]/out[run.first + 
 fault row-past-end $rows indexing/subsref 's/own < n - first/own <= n - first/'
 fault rows-past-end $rows indexing/find 's/threadIdx\.y >= extent\.y - first\.y \|\| //'
 fault tile-stride $store indexing/rot90 's/\{ to\[t\.y \* stride/{ to[t.y * (stride + 1)/'
+fault patch-past-end backend/cuda/patch.hpp filtering/imresize 's/ny - y, 1\)/ny - y + 1, 1)/'
+fault swapped-halves backend/cuda/texels.hpp filtering/imresize 's/halves\.y, halves\.x/halves.x, halves.y/'
+fault texture-offset backend/linear_texture.hpp filtering/imresize 's/= before \/ sizeof\(T\)/= before/'
+fault signal-stride backend/signals.hpp filtering/iir_filter 's/at \+= signals\.sampleStride/at += signals.signalStride/'
+fault final-state backend/signals.hpp filtering/iir_filter 's/states\.final\[c \* order \+ k\]/states.final[c + k]/'
 
 echo "$((planted - ${#missed[@]})) of $planted planted faults were found"
 [[ ${#missed[@]} -eq 0 ]] || { printf 'not found: %s\n' "${missed[*]}" >&2; exit 1; }

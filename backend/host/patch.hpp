@@ -4,8 +4,9 @@
 
 #include "device.hpp"
 
-/// Patches: the elements of a two-dimensional array that one call of a functor handles. On this device they
-/// are those of several blocks, so that work which a column shares with its neighbours is done once for all.
+/// Patches: the elements of a two-dimensional array that one call of a functor handles. On this device
+/// they are those of several blocks, so that work which a column shares with its neighbours is done once
+/// for all.
 namespace gpuruntime::backend {
 
 /// Elements (x, y), x from `x` to before `endX` and y from `y` to before `endY`.
@@ -21,8 +22,8 @@ GPU_DEVICE void withPatch(unsigned int x, unsigned int y, unsigned int nx, unsig
     f(Patch{x, y, x + std::min(threads.sizeX(), nx - x), y + std::min(threads.sizeY(), ny - y)});
 }
 
-/// The same in a grid that covers the array: of every `blocksOfPatch` blocks along y the first takes the work
-/// of the others, which have nothing to do.
+/// The same in a grid that covers the array: of every `blocksOfPatch` blocks along y the first takes the
+/// work of the others, which have nothing to do.
 template <unsigned int blocksOfPatch, class F>
 GPU_DEVICE void withPatchOfGrid(unsigned int nx, unsigned int ny, F f) {
     TileThreads const threads;

@@ -8,11 +8,11 @@
 #include "rows.hpp"
 #include "tapped_rows.hpp"
 
-/// Sums over taps at the positions of a patch. What rows have by their taps is the same for all columns of
-/// the patch; what a column of the texture has for the rows is brought together once for all columns that
-/// count it; and what comes of weights alone is shared by columns with the same ones, as they recur where a
-/// scale is a ratio of small numbers. A tile of rows is such that all this stays in the first cache, or
-/// nearly.
+/// Sums over taps at the positions of a patch. What rows have by their taps is the same for all columns
+/// of the patch; what a column of the texture has for the rows is brought together once for all columns
+/// that count it; and what comes of weights alone is shared by columns with the same ones, as they recur
+/// where a scale is a ratio of small numbers. A tile of rows is such that all this stays in the first
+/// cache, or nearly.
 namespace gpuruntime::backend {
 namespace detail {
 
@@ -252,8 +252,8 @@ class ManyTapTile {
         }
     }
 
-    /// Sums are never -0, so that they stay what they are where 0 is added, of whatever sign: weights of 0
-    /// need no care,
+    /// Sums are never -0, so that they stay what they are where 0 is added, of whatever sign: weights of
+    /// 0 need no care,
     __attribute__((noinline)) void addWeights(T* to, float weight) const {
         addTaps(to, weight, [](Values w, unsigned long) GPU_INLINE { return w; });
     }

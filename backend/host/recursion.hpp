@@ -78,8 +78,8 @@ template <class T>
 struct Samples {
     static constexpr unsigned int lanes = SignalValues<T>::lanes;
 
-    /// So many of each signal: whole cache lines, and few enough that the steps of several groups of signals
-    /// are under way at once, since each waits for the one before.
+    /// So many of each signal: whole cache lines, and few enough that the steps of several groups of
+    /// signals are under way at once, since each waits for the one before.
     static constexpr unsigned int capacity = 16;
 
     alignas(32) T values[capacity][lanes];
@@ -138,8 +138,8 @@ struct Samples {
 
 }  // namespace detail
 
-/// Stores out(n) = `step`(in(n), z) along each signal, z being its `order` state values. `Step` is a template
-/// over what holds the values of the signals that are worked on at once.
+/// Stores out(n) = `step`(in(n), z) along each signal, z being its `order` state values. `Step` is a
+/// template over what holds the values of the signals that are worked on at once.
 template <unsigned int order, template <class> class Step, class T>
 GPU_DEVICE void recur(TileThreads const& threads, Signals<T> const& signals, States<T> const& states,
                       Step<T> const& one) {

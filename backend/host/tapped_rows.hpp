@@ -46,8 +46,8 @@ struct RowLanes {
     }
 };
 
-/// What the rows of a tile have by their taps, the same for all columns: weights and positions, by tap and
-/// row.
+/// What the rows of a tile have by their taps, the same for all columns: weights and positions, by tap
+/// and row.
 template <class Taps, class T, unsigned int capacity>
 struct TappedRows {
     using Lanes = RowLanes<T>;
@@ -84,8 +84,8 @@ struct TappedRows {
         if constexpr (hasShortSpans) findSpans();
     }
 
-    /// Fetches what the rows and taps have of a column, which need not exist, ahead of its use: from column
-    /// to column the hardware foresees nothing.
+    /// Fetches what the rows and taps have of a column, which need not exist, ahead of its use: from
+    /// column to column the hardware foresees nothing.
     void prefetchOf(T const* column) const { prefetch(column + begin, numRead); }
 
     /// What the rows and taps have of a column, by tap and row. Returns whether all of it is finite.

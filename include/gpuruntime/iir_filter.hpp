@@ -27,8 +27,8 @@ namespace gpuruntime {
 ///   call go on, bit for bit as if there had been one call. Without samples it is the initial state.
 /// - Rounding: out(n) = fma(x, b[0], z[0]); then z[i] = fma(x, b[i + 1], z[i + 1] + 0) - out(n) * a[i +
 ///   1], where the last product is rounded, and 0 is in place of z[order]. A complex product is added by
-///   two fused operations a part, that of the real factor first; the one that is rounded has four
-///   products that each are.
+///   two fused operations a part, that with the real part of x first; of the one that is subtracted each
+///   operation is rounded.
 /// - Returns the runtime's status. Without signals nothing is launched. No state: calls may run side by
 ///   side.
 ///

@@ -8,23 +8,23 @@ namespace gpuruntime {
 /// they shrink.
 ///
 /// - `Invoker<T>`: `T` is `float` or `double`.
-/// - An image is `numPlanes` planes one after the other, each with its columns one after the other: the
-///   element at (row, column) of plane p is at (p * columns + column) * rows + row. Rows are the first
+/// - An image is `numPlanes` planes one after the other, each with its columns one after the other:
+///   element (row, column) of plane p is at (p * columns + column) * rows + row. Rows are the first
 ///   dimension.
-/// - `scaleRows` and `scaleCols` are the sizes of the output over those of the input; they are taken as
-///   given. Output position i is at u = (i + 0.5) / scale - 0.5 of the input, in `double`; beyond its
-///   edges the input goes on with the values there.
-/// - Enlarging, in a dimension whose scale is at least 1: the four input positions around u count by the
-///   cubic of their distance. Shrinking: those at less than 2 / scale do, by the cubic of scale times the
-///   distance. Weights are `float` for both types, and so is the product of a row's and a column's.
-/// - With both scales at least 1 an element is the sum of weight * value over the columns, and for each
+/// - `scaleRows` and `scaleCols` are the sizes of the output over those of the input. They are taken as
+///   given, and must be such that 2 / scale is less than 2^24.
+/// - Output position i is at u = (i + 0.5) / scale - 0.5 of the input, in `double`; beyond its edges the
+///   input goes on with the values there.
+/// - Where the scale of a dimension is at least 1, the four input positions around u count, by the cubic
+///   of their distance; where it is less, those at less than 2 / scale, by the cubic of scale * distance.
+///   Weights are `float` for both types, and so is the product of a row's and a column's.
+/// - With both scales at least 1 an element is the sum of weight * value, over the columns and for each
 ///   over the rows, in ascending order and with every operation rounded. Otherwise weights of 0 are left
 ///   out, and the sum is divided by the sum of the weights.
-/// - There may be at most as many input elements as a texture of the device holds (2^27 on older GPUs,
-///   2^28).
+/// - The input has at most as many elements as a texture of the device holds: 2^27, on newer GPUs 2^28.
 /// - Returns the status of the first call of the runtime that fails. Without rows or columns of the
 ///   output nothing is launched.
-/// - The input is read through the texture of its type, of which the process has one: calls of one
+/// - The input is read through the texture of its type, of which a process has one: calls of one
 ///   `Invoker` must not overlap, on whatever streams.
 ///
 /// Example: the column 0, 4 with `scaleRows` 2, one column, gives -0.28125, 0.8125, 3.1875, 4.28125.
