@@ -252,12 +252,9 @@ TYPED_TEST(IIRFilterOf, ManySignalsAndPagesAreSteppedOver) {
 TYPED_TEST(IIRFilterOf, OfLargeSizeAreSharedOut) {
     using T = TypeParam;
     std::mt19937_64 engine(5);
-    for (unsigned int const numSignals : {50u, 64u}) {
-        for (bool const isContiguous : {false, true}) {
-            Shape const shape{numSignals, 1, 5300, isContiguous};
-            expectRecursion<T>(2, coefficients<T>(3, engine), coefficients<T>(2, engine), shape,
-                               {false, false, true}, testing::randomValues<T>(shape.size()), 1);
-        }
+    for (Shape const& shape : {Shape{50, 1, 5300, true}, Shape{64, 1, 4100, false}}) {
+        expectRecursion<T>(2, coefficients<T>(3, engine), coefficients<T>(2, engine), shape,
+                           {false, false, true}, testing::randomValues<T>(shape.size()), 1);
     }
 }
 
