@@ -41,7 +41,6 @@ unsigned long fusedSteps(unsigned long rounds) {
     for (unsigned long round = 0; round < rounds; ++round) {
 #pragma GCC unroll 12
         for (unsigned int chain = 0; chain < chains; ++chain) {
-#pragma GCC ivdep
             for (unsigned int lane = 0; lane < lanes; ++lane) {
                 sums[chain][lane] = std::fma(sums[chain][lane], a, b);
             }

@@ -135,8 +135,9 @@ struct ConvolutionVector {
 /// where `numDims` is above 2. The extents to go over are rounded up to whole blocks: along the filter 32
 /// (`Column`) or 8 (`Row`) times 12 results for `float`, 4 for `double` and `float2`, 2 for `double2`, across
 /// it 4 or 16; what is outside the output is dropped. As in `ConvolutionVector` a thread whose first result
-/// is trimmed away drops them all. Where the whole of a block's input ends below the interior ends, results
-/// are stored without a test.
+/// is trimmed away drops them all. A block that begins H or more behind the input's first element and ends
+/// below the interior end, both along the filter, stores its results without a test where they are below the
+/// interior end across it, too.
 ///
 /// The filter is copied on the null stream, whatever `stream` is: a caller with a stream that does not
 /// synchronise with it must order the copy. With an extent of 0 across the filter nothing is launched.
