@@ -92,7 +92,8 @@ Picture framed(Picture const& picture, unsigned long border) {
 /// By a filter of nine taps along the rows and the same along the columns, which is the two-dimensional one.
 Picture blurred(Picture const& picture) {
     constexpr unsigned long taps = 9, border = taps / 2;
-    using Convolve = gpuruntime::ConvolutionMatrix::Invoker<float, mpl_::integral_c<int, taps>>;
+    // An operator of three taps, and six beyond them.
+    using Convolve = gpuruntime::ConvolutionMatrix::Invoker<float, mpl_::integral_c<int, 3>>;
     Floats filter(taps);
     float sum = 0;
     for (unsigned long j = 0; j < taps; ++j) {
@@ -107,16 +108,15 @@ Picture blurred(Picture const& picture) {
                         outSizes[] = {picture.width, picture.height};
     DeviceVector<float> in(input.values), between(3 * picture.width * input.height),
         out(picture.values.size()), deviceFilter(filter);
-    gpuruntime::convn::OffsetsAndSzs along{};
+    gpuruntime::convn::OffsetsAndSzs along{}, across{};
     along.extentDim0 = picture.width;
     along.extentDim1 = input.height;
     along.startDim0 = along.outTrimDim0 = taps - 1;
-    along.firstPiece = true;
-    gpuruntime::convn::OffsetsAndSzs across{};
+    along.extraTaps = across.extraTaps = taps - 3;
+    along.firstPiece = across.firstPiece = true;
     across.extentDim0 = picture.width;
     across.extentDim1 = picture.height;
     across.startDim1 = across.outTrimDim1 = taps - 1;
-    across.firstPiece = true;
     for (unsigned long plane = 0; plane < 3; ++plane) {
         along.inPageOffset = plane * inSizes[0] * inSizes[1];
         along.outPageOffset = across.inPageOffset = plane * betweenSizes[0] * betweenSizes[1];
