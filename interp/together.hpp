@@ -73,15 +73,14 @@ class BatchSearch {
     /// As wide as points, so that both are in machine vectors of the same length.
     using Interval = std::conditional_t<sizeof(G) == sizeof(unsigned long), unsigned long, unsigned int>;
 
+    /// Whether all queries are between the ends, and none is at the upper one.
     static GPU_DEVICE bool areWithin(unsigned int size, G const* queries, G low, G high) {
         return !internal::holdsForAny<G>(
-            size, [=](unsigned int k) GPU_INLINE { return !((low <= queries[k]) & (queries[k] <= high)); });
+            size, [=](unsigned int k) GPU_INLINE { return !((low <= queries[k]) & (queries[k] < high)); });
     }
 
     GPU_DEVICE void locateInColon(unsigned int size, G const* queries, long* bins) const {
-        // Inside, a query below the last point has no special case.
-        G const beforeEnd = backend::fromInteger<G>(n) - 1;
-        if (areWithin(size, queries, 1, beforeEnd)) {
+        if (areWithin(size, queries, 1, backend::fromInteger<G>(n))) {
             backend::forEachOf(size, [=](unsigned int k) GPU_INLINE {
                 bins[k] = backend::toInt32(backend::floor(queries[k]) - 1);
             });
@@ -120,8 +119,8 @@ class BatchSearch {
         G const low = points[0], high = points[n - 1];
         return !internal::holdsForAny<G>(size, [=](unsigned int k) GPU_INLINE {
             G const q = queries[k];
-            bool const isIn = (points[intervals[k]] <= q) & (q < points[intervals[k] + 1ul]);
-            return (low <= q) & (q < high) & !isIn;
+            bool const isBelowNext = (q < points[intervals[k] + 1ul]) | (intervals[k] == last);
+            return (low <= q) & (q <= high) & !((points[intervals[k]] <= q) & isBelowNext);
         });
     }
 

@@ -104,6 +104,7 @@ TYPED_TEST(GridsOf, AreSearchedWhereMostDistancesAreTheSame) {
         expectFound(grid, testing::randomQueries(grid, 3000, sorted));
         expectFound({grid.begin(), grid.begin() + 30}, testing::randomQueries(grid, 3000, sorted));
     }
+    expectFound<T>({1, 2, 3, T(3.25), T(3.5), T(3.75)}, {T(3.75), T(1.5), T(2.5), T(3.75), 1});
 }
 
 TYPED_TEST(GridsOf, AreSearchedForVectorsOfSortedQueries) {
