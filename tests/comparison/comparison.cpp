@@ -71,7 +71,7 @@ void Case::result(Array const& values) {
     unsigned long const elementSize = session.transferred(values.elementSize);
     unsigned long const size = session.transferred(values.size);
     std::vector<char> other(elementSize * size);
-    std::memcpy(other.data(), values.data, session.writes ? other.size() : 0);
+    if (session.writes) std::copy_n(static_cast<char const*>(values.data), other.size(), other.data());
     session.transfer(other.data(), other.size());
     if (elementSize != values.elementSize || size != values.size) {
         throw std::runtime_error("the file is not of these calls");
