@@ -23,15 +23,6 @@ using convolutioncommon::KernelType;
 
 constexpr unsigned long vectorLength = 1ul << 23, width = 1920, height = 1080;
 
-/// Runs `f(part, parts)` on all cores.
-template <class F>
-void onAllCores(F f) {
-    unsigned long const parts = std::thread::hardware_concurrency();
-    std::vector<std::thread> threads;
-    for (unsigned long part = 0; part < parts; ++part) threads.emplace_back([=] { f(part, parts); });
-    for (std::thread& thread : threads) thread.join();
-}
-
 /// Fused steps in chains enough to hide their latency; returns how many.
 template <class P>
 unsigned long fusedSteps(unsigned long rounds) {
@@ -58,7 +49,7 @@ double peak() {
         for (int run = 0; run < 10; ++run) {
             constexpr unsigned long rounds = 4000000;
             auto const start = std::chrono::steady_clock::now();
-            onAllCores([](unsigned long, unsigned long) { fusedSteps<P>(rounds); });
+            bench::onAllCores([](unsigned long, unsigned long) { fusedSteps<P>(rounds); });
             std::chrono::duration<double> const took = std::chrono::steady_clock::now() - start;
             unsigned long const steps = std::thread::hardware_concurrency() * fusedSteps<P>(1) * rounds;
             rate = std::max(rate, static_cast<double>(steps) / took.count());
@@ -71,7 +62,7 @@ double peak() {
 template <class P>
 void Peak(benchmark::State& state) {
     constexpr unsigned long rounds = 1000000;
-    for (auto _ : state) onAllCores([](unsigned long, unsigned long) { fusedSteps<P>(rounds); });
+    for (auto _ : state) bench::onAllCores([](unsigned long, unsigned long) { fusedSteps<P>(rounds); });
     state.SetLabel(std::to_string(static_cast<int>(peak<P>() / 1e9)) + " billions of fused steps a second");
 }
 
@@ -81,7 +72,7 @@ void Copy(benchmark::State& state) {
     std::vector<char> const in(size, 1);
     std::vector<char> out(size, 2);
     for (auto _ : state) {
-        onAllCores([&](unsigned long part, unsigned long parts) {
+        bench::onAllCores([&](unsigned long part, unsigned long parts) {
             std::memcpy(out.data() + size / parts * part, in.data() + size / parts * part, size / parts);
         });
     }

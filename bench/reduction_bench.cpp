@@ -20,21 +20,12 @@ using bench::DeviceMemory;
 
 constexpr unsigned long largeBytes = 256ul << 20;
 
-/// Runs `f(part, parts)` on all cores.
-template <class F>
-void onAllCores(F f) {
-    unsigned long const parts = std::thread::hardware_concurrency();
-    std::vector<std::thread> threads;
-    for (unsigned long part = 0; part < parts; ++part) threads.emplace_back([=] { f(part, parts); });
-    for (std::thread& thread : threads) thread.join();
-}
-
 // A host loop that only reads, whatever the device.
 void Read(benchmark::State& state) {
     constexpr unsigned long n = largeBytes / sizeof(unsigned long);
     std::vector<unsigned long> const in(n, 1);
     for (auto _ : state) {
-        onAllCores([&](unsigned long part, unsigned long parts) {
+        bench::onAllCores([&](unsigned long part, unsigned long parts) {
             unsigned long bits = 0;
             for (unsigned long i = n / parts * part; i < n / parts * (part + 1); ++i) bits |= in[i];
             benchmark::DoNotOptimize(bits);
@@ -47,7 +38,7 @@ void Copy(benchmark::State& state) {
     std::vector<char> const in(largeBytes, 1);
     std::vector<char> out(largeBytes, 2);
     for (auto _ : state) {
-        onAllCores([&](unsigned long part, unsigned long parts) {
+        bench::onAllCores([&](unsigned long part, unsigned long parts) {
             std::memcpy(out.data() + largeBytes / parts * part, in.data() + largeBytes / parts * part,
                         largeBytes / parts);
         });

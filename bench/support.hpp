@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <thread>
 #include <vector>
 
 /// What every benchmark needs of the device.
@@ -27,6 +28,15 @@ struct StoredProperties {
     StoredProperties() { check(useCurrentDevice()); }
 };
 inline StoredProperties const storedProperties;
+
+/// Runs `f(part, parts)` on all cores.
+template <class F>
+void onAllCores(F f) {
+    unsigned long const parts = std::thread::hardware_concurrency();
+    std::vector<std::thread> threads;
+    for (unsigned long part = 0; part < parts; ++part) threads.emplace_back([=] { f(part, parts); });
+    for (std::thread& thread : threads) thread.join();
+}
 
 /// Device memory whose pages have been touched.
 template <class T>

@@ -42,7 +42,8 @@ void inParallel(unsigned long n, unsigned long grain, F const& f) {
             try {
                 f(range.begin(), range.end());
             } catch (...) {
-                error = hostdevice::detail::takeLastError();
+                cudaError const met = hostdevice::detail::takeLastError();
+                if (met != cudaSuccess) error = met;
                 throw;
             }
         });

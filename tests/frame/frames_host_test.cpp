@@ -1,12 +1,14 @@
 // What the frames ask of the runtime, and what they do when it fails: seen through the host device.
 
 #include <gtest/gtest.h>
+#include <gpuruntime/current_device.hpp>
 #include <host_device.hpp>
 
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "frame/device_properties.hpp"
 #include "frame/elementwise.hpp"
 #include "frame/error_word.hpp"
 #include "frame/fixed_block.hpp"
@@ -349,6 +351,34 @@ TEST_F(FramesOnTheHostDevice, AnErrorWordThatCannotBeReadIs1063) {
 TEST_F(FramesOnTheHostDevice, AFailedResetIsTheStatus) {
     hostdevice::failNextCall("cudaMemcpyToSymbolAsync", cudaErrorUnknown);
     EXPECT_EQ(cudaErrorUnknown, internal::resetErrorWord(__KVX_PTX_ERROR_CODE, stream));
+}
+
+TEST_F(FramesOnTheHostDevice, TheCurrentDeviceIsStoredAsTheRuntimeTellsOfIt) {
+    hostdevice::Limits limits;
+    limits.maxBlockDim = dim3(512, 256, 32);
+    limits.maxGridDim = dim3(70, 60, 50);
+    limits.multiProcessorCount = 11;
+    hostdevice::setLimits(limits);
+    EXPECT_EQ(cudaSuccess, useCurrentDevice());
+    auto const stored = *internal::getCurrentDeviceProperties();
+    hostdevice::setLimits({});
+    testing::storeCurrentProperties();
+    EXPECT_EQ(256u, stored.maxBlockDimY);
+    EXPECT_EQ(32u, stored.maxBlockDimZ);
+    EXPECT_EQ(70u, stored.maxGridDimX);
+    EXPECT_EQ(60u, stored.maxGridDimY);
+    EXPECT_EQ(50u, stored.maxGridDimZ);
+    EXPECT_EQ(11u, stored.multiProcessorCount);
+    EXPECT_EQ(6u, stored.computeCapabilityMajor);
+}
+
+TEST_F(FramesOnTheHostDevice, ADeviceThatTheRuntimeDoesNotTellOfIsNotStored) {
+    auto const* const before = internal::getCurrentDeviceProperties();
+    for (char const* failing : {"cudaGetDevice", "cudaGetDeviceProperties"}) {
+        hostdevice::failNextCall(failing, cudaErrorUnknown);
+        EXPECT_EQ(cudaErrorUnknown, useCurrentDevice()) << failing;
+        EXPECT_EQ(before, internal::getCurrentDeviceProperties()) << failing;
+    }
 }
 
 }  // namespace
